@@ -1,0 +1,90 @@
+#pragma once
+// A deterministic user interface: a virtual clock with a queue of due timers, scripted user
+// events and dialog answers, and a record of what was shown and played. Waits jump the clock.
+#include <deque>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "platform/ui.h"
+
+namespace bm {
+
+class HeadlessUi : public Ui {
+public:
+    struct Message {
+        std::string text;
+        int flags;
+        std::string title;
+    };
+    struct Sound {
+        std::string file;  // file name without its folder
+        int flags;
+        double at;
+    };
+
+    double now() override;
+    void doEvents() override;
+    void waitFor(const std::function<bool()>& done, double deadline) override;
+    void pauseUntil(double deadline) override;
+    void post(std::function<void()> fn) override { posted_.push_back(std::move(fn)); }
+
+    void formChanged(Form&) override {}
+    void controlChanged(Control&) override {}
+    void surfaceChanged(Surface&) override {}
+    void timerChanged(Timer& timer) override;
+    void focusChanged(Control& c) override { focused = &c; }
+
+    void playSound(const std::string& path, int flags) override;
+    int msgBox(const std::string& text, int flags, const std::string& title) override;
+    std::string inputBox(const std::string& prompt, const std::string& title, int left,
+                         int top) override;
+    void beep() override { ++beeps; }
+    Size pictureSize(const std::string& path) override;
+    Size screenSize() override { return screen; }
+    int bitsPerPixel() override { return bits; }
+    bool initCards(int& width, int& height) override;
+    void releaseCards() override {}
+    void openHelp(const std::string& file, int command, int context) override;
+    bool startProgram(const std::string& path) override;
+    void endProgram() override { ended = true; }
+
+    // Scripting. A user event scheduled at a virtual moment runs when the clock gets there.
+    void at(double moment, std::function<void()> event);
+    // Runs the event loop for `seconds` of virtual time.
+    void advance(double seconds);
+    // Runs what is posted and due now, without moving the clock.
+    void settle();
+    // Called whenever the user interface is idle and the clock is about to jump: a player bot acts
+    // from here. It may deliver user events.
+    std::function<void()> agent;
+
+    std::deque<int> answers;              // message-box answers, in order (default: OK / Yes)
+    std::deque<std::string> inputs;       // input-box answers, in order (default: empty)
+    std::vector<Message> messages;
+    std::vector<Sound> sounds;
+    std::vector<std::string> helpOpened;
+    std::vector<std::string> inputPrompts;
+    Size screen{1024, 768};
+    int bits = 24;
+    bool cardsFail = false;
+    bool ended = false;
+    int beeps = 0;
+    Control* focused = nullptr;
+    // A wait with nothing left that could end it throws instead of hanging the test.
+    static constexpr double kMaxWait = 3600.0;
+
+private:
+    bool runPosted();
+    // Advances the clock to the next due moment no later than `limit` and runs what is due then.
+    // Returns false when nothing is due before the limit.
+    bool step(double limit, bool userInput);
+
+    double clock_ = 1.0;
+    std::vector<std::function<void()>> posted_;
+    std::map<Timer*, double> timers_;
+    std::multimap<double, std::function<void()>> scripted_;
+};
+
+}  // namespace bm

@@ -1,0 +1,95 @@
+#pragma once
+// The window of one form, built from the form's controls. The form's logical area is drawn scaled
+// to the window, keeping its aspect ratio (centred, with a darker band around it); every control
+// widget sits at its logical rectangle times the scale, and mouse positions go back to the game in
+// logical pixels.
+#include <QWidget>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/surface.h"
+
+namespace bm {
+class Control;
+class Form;
+}  // namespace bm
+
+namespace bm::qt {
+
+class QtUi;
+
+// Game text to Qt text: UTF-8, or Latin-1 when the bytes are not valid UTF-8.
+QString toQString(const std::string& text);
+// The game joins lines with a carriage return alone; Qt wants line feeds.
+QString toDisplayLines(const std::string& text);
+
+class FormWindow : public QWidget {
+public:
+    FormWindow(QtUi& ui, Form& form);
+    ~FormWindow() override;
+
+    Form& form() const { return form_; }
+    void formChanged();
+    void controlChanged(Control& control);
+    void surfaceChanged(Surface& surface);
+    void focusChanged(Control& control);
+    // Hides the window without unloading the form (the program is ending).
+    void hideForEnd();
+
+    double scale() const { return scale_; }
+    QPointF origin() const { return origin_; }
+    // A window position in the form's logical pixels.
+    QPointF toLogical(QPointF windowPos) const;
+    // A logical rectangle of the form in window coordinates (edges rounded separately, so
+    // neighbouring rectangles stay neighbours).
+    QRect toWindow(int x, int y, int width, int height) const;
+    QWidget* widgetOf(const Control& control) const;
+    QtUi& ui() const { return ui_; }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    struct View;
+    void createViews();
+    void apply(View& view);
+    void relayout();
+    void updateScale();
+    void applyWindowKind();
+    void applySize(bool showing);
+    void place();
+    bool handleKey(QObject* watched, QKeyEvent* event);
+    bool handleMouse(View& view, QMouseEvent* event);
+    void invalidate(const std::vector<CardDraw>& before, const std::vector<CardDraw>& after,
+                    QWidget* target, QPointF origin);
+
+    QtUi& ui_;
+    Form& form_;
+    std::vector<std::unique_ptr<View>> views_;
+    std::unordered_map<const Control*, View*> byControl_;
+    std::unordered_map<const QObject*, View*> byWidget_;
+    std::vector<CardDraw> shownDraws_;  // the form surface as last announced
+    double scale_ = 1.0;
+    QPointF origin_;
+    QSize logicalSize_;        // the form size the window was last sized for
+    QSize laidOut_;            // the window size the controls were last placed for
+    bool sized_ = false;       // a resizable window has had its first size
+    bool placed_ = false;      // positioned for the current load
+    int placedLeft_ = -1, placedTop_ = -1;
+    bool ending_ = false;
+    QWidget* ownerWindow_ = nullptr;
+    Qt::WindowFlags kind_;
+    // Key-down results handed from a shortcut check to the key press that follows it.
+    int pendingKey_ = 0;
+    int pendingResult_ = 0;
+    const QEvent* childKeyEvent_ = nullptr;  // a child's key event on its way up to the window
+};
+
+}  // namespace bm::qt

@@ -1,0 +1,348 @@
+#include "platform/qt/qt_ui.h"
+
+#include <sys/stat.h>
+
+#include <QApplication>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QFile>
+#include <QFileInfo>
+#include <QImageReader>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPixmap>
+#include <QProcess>
+#include <QScreen>
+#include <QTextBrowser>
+#include <QTimer>
+#include <QUrl>
+#include <QVBoxLayout>
+#include <algorithm>
+#include <cmath>
+#include <list>
+
+#include "platform/controls.h"
+#include "platform/errors.h"
+#include "platform/files.h"
+#include "platform/form.h"
+#include "platform/qt/form_window.h"
+#include "platform/qt/sound.h"
+#include "platform/runtime.h"
+
+namespace bm::qt {
+
+namespace {
+
+constexpr int kHelpQuit = 2;  // openHelp command that closes the help window
+
+// Modification time and length folded together; 0 when the file does not exist.
+unsigned long long fileStamp(const std::string& path) {
+    struct stat st;
+    if (::stat(path.c_str(), &st) != 0 || S_ISDIR(st.st_mode)) return 0;
+    const auto nanos = static_cast<unsigned long long>(st.st_mtim.tv_sec) * 1000000000ULL +
+                       static_cast<unsigned long long>(st.st_mtim.tv_nsec);
+    return (nanos * 1000003ULL + static_cast<unsigned long long>(st.st_size)) | 1;
+}
+
+QString fileName(const std::string& path) { return QFile::decodeName(path.c_str()); }
+
+}  // namespace
+
+// Decoded pictures, most recently used first. Pictures are probed by the game and then shown, so
+// each file is read once; a changed file is read again.
+struct QtUi::PictureCache {
+    struct Entry {
+        std::string path;
+        unsigned long long stamp;
+        QPixmap pixmap;  // null: not a picture
+    };
+    static constexpr size_t kLimit = 8;
+    std::list<Entry> entries;
+};
+
+QtUi::QtUi()
+    : context_(std::make_unique<QObject>()),
+      sound_(std::make_unique<SoundPlayer>()),
+      pictures_(std::make_unique<PictureCache>()) {
+    clock_.start();
+    // Closing a window unloads its form; whether the program then ends is the game's decision.
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+}
+
+QtUi::~QtUi() {
+    timers_.clear();
+    help_.reset();
+    // Owned windows are children of their owner's window: detach them so each is deleted once.
+    for (auto& [form, w] : windows_)
+        if (w->parentWidget()) w->setParent(nullptr);
+    windows_.clear();
+}
+
+double QtUi::now() { return static_cast<double>(clock_.nsecsElapsed()) / 1e9; }
+
+void QtUi::doEvents() {
+    QCoreApplication::processEvents(QEventLoop::AllEvents);
+    QCoreApplication::sendPostedEvents();
+}
+
+void QtUi::wait(const std::function<bool()>* done, double deadline, bool userInput) {
+    const QEventLoop::ProcessEventsFlags flags =
+        QEventLoop::WaitForMoreEvents |
+        (userInput ? QEventLoop::AllEvents : QEventLoop::ExcludeUserInputEvents);
+    QTimer wake;  // wakes the blocked event loop at the deadline
+    wake.setSingleShot(true);
+    wake.setTimerType(Qt::PreciseTimer);
+    for (;;) {
+        if (done ? (*done)() : ending_) return;
+        const double left = deadline - now();
+        if (left <= 0) return;
+        if (std::isfinite(left) && !wake.isActive())
+            wake.start(static_cast<int>(std::ceil(std::min(left, 1e6) * 1000)));
+        QCoreApplication::processEvents(flags);
+    }
+}
+
+void QtUi::waitFor(const std::function<bool()>& done, double deadline) {
+    wait(&done, deadline, true);
+}
+
+void QtUi::pauseUntil(double deadline) { wait(nullptr, deadline, false); }
+
+void QtUi::post(std::function<void()> fn) {
+    QMetaObject::invokeMethod(context_.get(), std::move(fn), Qt::QueuedConnection);
+}
+
+FormWindow* QtUi::window(Form& form, bool create) {
+    auto it = windows_.find(&form);
+    if (it != windows_.end()) return it->second.get();
+    if (!create) return nullptr;
+    runtime_ = &form.runtime();
+    auto w = std::make_unique<FormWindow>(*this, form);
+    FormWindow* raw = w.get();
+    windows_.emplace(&form, std::move(w));
+    return raw;
+}
+
+double QtUi::referenceScale() const {
+    if (main_) return main_->scale();
+    const QScreen* sc = QGuiApplication::primaryScreen();
+    if (!sc) return 1.0;
+    // Quarter steps of the screen's height over 800 pixels, never below 1.
+    return std::max(1.0, std::round(sc->availableGeometry().height() / 800.0 * 4) / 4);
+}
+
+void QtUi::formChanged(Form& form) {
+    runtime_ = &form.runtime();
+    FormWindow* w = window(form, form.loaded());
+    if (!w) return;
+    w->formChanged();
+    if (!main_ && form.border() == Border::Sizable && w->isVisible()) main_ = w;
+}
+
+void QtUi::controlChanged(Control& control) {
+    Form& form = control.form();
+    if (FormWindow* w = window(form, form.loaded())) w->controlChanged(control);
+}
+
+void QtUi::surfaceChanged(Surface& surface) {
+    Form& form = surface.form();
+    if (FormWindow* w = window(form, form.loaded())) w->surfaceChanged(surface);
+}
+
+void QtUi::focusChanged(Control& control) {
+    Form& form = control.form();
+    if (FormWindow* w = window(form, form.loaded())) w->focusChanged(control);
+}
+
+void QtUi::timerChanged(Timer& timer) {
+    auto it = timers_.find(&timer);
+    if (!ending_ && timer.enabled() && timer.interval() > 0) {
+        if (it == timers_.end()) {
+            auto q = std::make_unique<QTimer>();
+            Timer* t = &timer;
+            QObject::connect(q.get(), &QTimer::timeout, q.get(), [t] { t->fire(); });
+            it = timers_.emplace(&timer, std::move(q)).first;
+        }
+        QTimer& q = *it->second;
+        const int interval = timer.interval();
+        if (q.isActive() && q.interval() == interval) return;
+        q.setTimerType(interval < 20 ? Qt::PreciseTimer : Qt::CoarseTimer);
+        q.start(interval);
+    } else if (it != timers_.end()) {
+        it->second->stop();
+    }
+}
+
+void QtUi::playSound(const std::string& path, int flags) {
+    if (ending_) return;
+    const double length = sound_->play(path);
+    if (!(flags & snd::kAsync)) pauseUntil(now() + length);
+}
+
+QWidget* QtUi::dialogParent() {
+    if (runtime_)
+        if (Form* f = runtime_->activeForm())
+            if (FormWindow* w = window(*f, false); w && w->isVisible()) return w;
+    return QApplication::activeWindow();
+}
+
+int QtUi::msgBox(const std::string& text, int flags, const std::string& title) {
+    const bool yesNo = (flags & 7) == mb::kYesNo;
+    QMessageBox box(dialogParent());
+    box.setObjectName(QStringLiteral("MessageBox"));
+    box.setWindowTitle(toQString(title));
+    box.setTextFormat(Qt::PlainText);
+    box.setText(toDisplayLines(text));
+    box.setIcon(flags & mb::kInformation ? QMessageBox::Information : QMessageBox::NoIcon);
+    if (yesNo) {
+        box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
+        box.setDefaultButton(QMessageBox::Yes);
+    } else {
+        box.setStandardButtons(QMessageBox::Ok);
+    }
+    const int answer = box.exec();
+    if (!yesNo) return mb::kAnswerOk;
+    return answer == QMessageBox::Yes ? mb::kAnswerYes : mb::kAnswerNo;
+}
+
+std::string QtUi::inputBox(const std::string& prompt, const std::string& title, int left,
+                           int top) {
+    QDialog dialog(dialogParent());
+    dialog.setObjectName(QStringLiteral("InputBox"));
+    dialog.setWindowTitle(toQString(title));
+    auto* layout = new QVBoxLayout(&dialog);
+    auto* label = new QLabel(toDisplayLines(prompt), &dialog);
+    label->setTextFormat(Qt::PlainText);
+    label->setWordWrap(true);
+    auto* edit = new QLineEdit(&dialog);
+    edit->setObjectName(QStringLiteral("InputText"));
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog);
+    QObject::connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
+    QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    layout->addWidget(label);
+    layout->addWidget(edit);
+    layout->addWidget(buttons);
+    dialog.setMinimumWidth(360);
+    if (left > 0 && top > 0) {
+        // The position is given in twips (15 to a pixel) from the screen's top-left corner.
+        dialog.adjustSize();
+        const QScreen* sc = QGuiApplication::primaryScreen();
+        const QRect avail = sc ? sc->availableGeometry() : QRect(0, 0, 800, 600);
+        QPoint at = (sc ? sc->geometry().topLeft() : QPoint()) + QPoint(left / 15, top / 15);
+        at.setX(std::clamp(at.x(), avail.left(), std::max(avail.left(), avail.right() + 1 - dialog.width())));
+        at.setY(std::clamp(at.y(), avail.top(), std::max(avail.top(), avail.bottom() + 1 - dialog.height())));
+        dialog.move(at);
+    }
+    if (dialog.exec() != QDialog::Accepted) return {};
+    return edit->text().toStdString();
+}
+
+void QtUi::beep() { QApplication::beep(); }
+
+QPixmap QtUi::picture(const std::string& path) {
+    if (path.empty()) return {};
+    const unsigned long long stamp = fileStamp(path);
+    if (stamp == 0) return {};
+    auto& entries = pictures_->entries;
+    for (auto it = entries.begin(); it != entries.end(); ++it) {
+        if (it->path != path) continue;
+        if (it->stamp == stamp) {
+            entries.splice(entries.begin(), entries, it);
+            return it->pixmap;
+        }
+        entries.erase(it);
+        break;
+    }
+    QImageReader reader(fileName(path));
+    QImage image = reader.read();
+    QPixmap pixmap = image.isNull() ? QPixmap() : QPixmap::fromImage(std::move(image));
+    entries.push_front({path, stamp, pixmap});
+    if (entries.size() > PictureCache::kLimit) entries.pop_back();
+    return pixmap;
+}
+
+Size QtUi::pictureSize(const std::string& path) {
+    if (!fileExists(path)) raise(err::kFileNotFound);
+    const QPixmap pm = picture(path);
+    if (pm.isNull()) raise(err::kInvalidPicture);
+    return {pm.width(), pm.height()};
+}
+
+Size QtUi::screenSize() {
+    const QScreen* sc = QGuiApplication::primaryScreen();
+    if (!sc) return {800, 600};
+    const QRect avail = sc->availableGeometry();
+    return {avail.width(), avail.height()};
+}
+
+int QtUi::bitsPerPixel() {
+    const QScreen* sc = QGuiApplication::primaryScreen();
+    return sc ? sc->depth() : 24;
+}
+
+bool QtUi::initCards(int& width, int& height) {
+    width = kCardWidth;
+    height = kCardHeight;
+    return true;
+}
+
+void QtUi::openHelp(const std::string& file, int command, int) {
+    if (command == kHelpQuit) {
+        if (help_) help_->hide();
+        return;
+    }
+    // Only help written as plain text or HTML can be shown.
+    std::string bytes = fileExists(file) ? readFileBytes(file, 4 << 20) : std::string();
+    const bool readable = !bytes.empty() && bytes.find('\0') == std::string::npos;
+    if (!readable) {
+        msgBox("Help is not available.", mb::kInformation, Runtime::kTitle);
+        return;
+    }
+    if (!help_) {
+        auto* dialog = new QDialog(nullptr, Qt::Window);
+        dialog->setObjectName(QStringLiteral("HelpWindow"));
+        auto* layout = new QVBoxLayout(dialog);
+        layout->setContentsMargins(0, 0, 0, 0);
+        auto* browser = new QTextBrowser(dialog);
+        browser->setObjectName(QStringLiteral("HelpText"));
+        browser->setOpenExternalLinks(true);
+        layout->addWidget(browser);
+        dialog->resize(600, 480);
+        help_.reset(dialog);
+    }
+    auto* browser = help_->findChild<QTextBrowser*>(QStringLiteral("HelpText"));
+    const QString name = fileName(file);
+    const QString suffix = QFileInfo(name).suffix().toLower();
+    const size_t first = bytes.find_first_not_of(" \t\r\n");
+    if (suffix == QLatin1String("htm") || suffix == QLatin1String("html") ||
+        (first != std::string::npos && bytes[first] == '<'))
+        browser->setSource(QUrl::fromLocalFile(QFileInfo(name).absoluteFilePath()));
+    else
+        browser->setPlainText(toDisplayLines(bytes));
+    help_->setWindowTitle(QStringLiteral("%1 Help").arg(QLatin1String(Runtime::kTitle)));
+    help_->show();
+    help_->raise();
+    help_->activateWindow();
+}
+
+bool QtUi::startProgram(const std::string& path) {
+    const QString command = fileName(path);
+    if (QFileInfo(command).isFile()) return QProcess::startDetached(command, {});
+    QStringList parts = QProcess::splitCommand(command);
+    if (parts.isEmpty()) return false;
+    const QString program = parts.takeFirst();
+    return QProcess::startDetached(program, parts);
+}
+
+void QtUi::endProgram() {
+    if (ending_) return;
+    ending_ = true;
+    for (auto& [timer, q] : timers_) q->stop();
+    sound_->stopAll();
+    if (help_) help_->hide();
+    for (auto& [form, w] : windows_) w->hideForEnd();
+    QCoreApplication::exit(0);
+}
+
+}  // namespace bm::qt

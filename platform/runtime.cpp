@@ -1,0 +1,106 @@
+#include "platform/runtime.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "platform/errors.h"
+#include "platform/form.h"
+
+namespace bm {
+
+Runtime::Runtime(Ui& ui, std::string programFolder) : ui_(ui), folder_(std::move(programFolder)) {
+    while (folder_.size() > 1 && folder_.back() == '/') folder_.pop_back();
+}
+
+void Runtime::dispatch(const std::function<void()>& handler) {
+    if (ended_) return;
+    ++depth_;
+    try {
+        handler();
+    } catch (const RuntimeError& e) {
+        if (!ended_) {
+            fatalError_ = e.number();
+            try {
+                ui_.msgBox("Run-time error '" + std::to_string(e.number()) + "':\r\r" + e.what(),
+                           0, kTitle);
+            } catch (...) {
+            }
+            ended_ = true;
+            ui_.endProgram();
+        }
+    } catch (const ProgramEnded&) {
+    }
+    --depth_;
+}
+
+void Runtime::end() {
+    if (!ended_) {
+        ended_ = true;
+        ui_.endProgram();
+    }
+    throw ProgramEnded{};
+}
+
+void Runtime::checkEnded() const {
+    if (ended_) throw ProgramEnded{};
+}
+
+void Runtime::doEvents() {
+    checkEnded();
+    ui_.doEvents();
+    checkEnded();
+}
+
+void Runtime::waitFor(const std::function<bool()>& done) {
+    checkEnded();
+    ui_.waitFor([&] { return ended_ || done(); }, std::numeric_limits<double>::infinity());
+    checkEnded();
+}
+
+void Runtime::waitSeconds(double seconds) {
+    checkEnded();
+    double until = ui_.now() + seconds;
+    ui_.waitFor([&] { return ended_; }, until);
+    checkEnded();
+}
+
+void Runtime::playSound(const std::string& path, int flags) {
+    checkEnded();
+    ui_.playSound(path, flags);
+    checkEnded();
+}
+
+int Runtime::msgBox(const std::string& text, int flags, const std::string& title) {
+    checkEnded();
+    int answer = ui_.msgBox(text, flags, title.empty() ? kTitle : title);
+    checkEnded();
+    return answer;
+}
+
+void Runtime::formShown(Form& f) {
+    std::erase(zOrder_, &f);
+    zOrder_.push_back(&f);
+    if (f.enabled()) setActive(&f);
+}
+
+void Runtime::formHidden(Form& f) {
+    std::erase(zOrder_, &f);
+    if (active_ != &f) return;
+    active_ = nullptr;
+    for (auto it = zOrder_.rbegin(); it != zOrder_.rend(); ++it) {
+        if ((*it)->visible() && (*it)->enabled()) {
+            setActive(*it);
+            return;
+        }
+    }
+}
+
+void Runtime::setActive(Form* f) {
+    if (active_ == f) return;
+    active_ = f;
+    ui_.post([this, f] {
+        if (active_ == f && f->loaded() && f->visible()) dispatch([f] { f->Form_Activate(); });
+    });
+}
+
+}  // namespace bm

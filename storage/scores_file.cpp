@@ -1,0 +1,54 @@
+#include "storage/scores_file.h"
+
+#include <cmath>
+#include <vector>
+
+#include "platform/files.h"
+#include "platform/vb.h"
+
+namespace bm::storage {
+
+std::string scoreRecord(double score, int16_t bestRun, std::string_view name) {
+    std::string rec = fixedText(str(score), 6) + fixedText(str(bestRun), 2) + fixedText(name, 10);
+    rec.resize(kScoreRecordLength, '\0');
+    return rec;
+}
+
+ScoreFields splitScoreRecord(std::string_view record) {
+    std::string r(record.substr(0, kScoreRecordLength));
+    r.resize(kScoreRecordLength, '\0');
+    return {r.substr(0, 6), r.substr(6, 2), r.substr(8, 10)};
+}
+
+ScoreTable defaultScoreTable() {
+    ScoreTable t;
+    for (auto& n : t.names) n = "No Name";
+    return t;
+}
+
+ScoreTable readScoreTable(const std::string& path) {
+    RecordFile file(path, kScoreRecordLength);
+    ScoreTable t;
+    for (int k = 1; k <= kScoreRecords; ++k) {
+        ScoreFields f = splitScoreRecord(file.get(k));
+        t.scores[k - 1] = toNumber(trim(f.score));
+        t.names[k - 1] = trim(f.name);
+        if (k == 1) t.bestRun = cint(toNumber(trim(f.run)));
+    }
+    return t;
+}
+
+void writeScoreTable(const std::string& path, const ScoreTable& table) {
+    RecordFile file(path, kScoreRecordLength);
+    std::vector<std::string> records;
+    for (int k = 0; k < kScoreRecords; ++k)
+        records.push_back(scoreRecord(table.scores[k], table.bestRun, table.names[k]));
+    file.putAll(records);
+}
+
+void writeBestRecord(const std::string& path, double score, int16_t bestRun, std::string_view name) {
+    RecordFile file(path, kScoreRecordLength);
+    file.put(1, scoreRecord(score, bestRun, name));
+}
+
+}  // namespace bm::storage

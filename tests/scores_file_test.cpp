@@ -1,0 +1,135 @@
+// The high-score file: its bytes, its defaults and how the table reads it.
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include "platform/errors.h"
+#include "platform/files.h"
+#include "storage/scores_file.h"
+#include "table/brindle.h"
+#include "tests/harness.h"
+
+namespace bm::test {
+namespace {
+
+std::string zeros(size_t n) { return std::string(n, '\0'); }
+
+std::string record(const std::string& score, const std::string& run, const std::string& name) {
+    return score + run + name + zeros(30);
+}
+
+TEST(ScoresFile, RecordBytesCutAndPadTheFields) {
+    EXPECT_EQ(storage::scoreRecord(12345, 7, "WENNA"), record(" 12345", " 7", "WENNA     "));
+    EXPECT_EQ(storage::scoreRecord(0, 0, ""), record(" 0    ", " 0", "          "));
+    // Six digits keep the blank and the first five; a two-digit run keeps its first digit.
+    EXPECT_EQ(storage::scoreRecord(123456, 12, "ABCDEFGHIJKL"),
+              record(" 12345", " 1", "ABCDEFGHIJ"));
+    EXPECT_EQ(storage::scoreRecord(-50, 3, "X").substr(0, 8), "-50    3");
+}
+
+TEST(ScoresFile, MissingEmptyShortAndDamagedFilesFallBackToDefaults) {
+    TestGame t;
+    std::string path = t.path("Scores.log");
+    auto expectDefaults = [&](const char* what) {
+        TestGame g;
+        g.writeFile("Scores.log", t.readFile("Scores.log"));
+        g.start();
+        const auto& h = g.state().high;
+        for (int k = 0; k < 5; ++k) {
+            EXPECT_EQ(h.HighScores[static_cast<size_t>(k)], 0) << what;
+            EXPECT_EQ(h.HighNames[static_cast<size_t>(k)], "No Name") << what;
+        }
+        EXPECT_EQ(g.state().score.BestRun, 0) << what;
+        EXPECT_EQ(g.table().LbHiScore.caption(), " 0") << what;
+        EXPECT_EQ(g.table().LbHiName.caption(), "No Name") << what;
+    };
+
+    {
+        TestGame g;  // no file at all: created empty
+        g.start();
+        EXPECT_EQ(g.state().high.HighNames[0], "No Name");
+        EXPECT_TRUE(fileExists(g.path("Scores.log")));
+        EXPECT_EQ(fileLen(g.path("Scores.log")), 0);
+    }
+    t.writeFile("Scores.log", "");
+    expectDefaults("empty");
+    t.writeFile("Scores.log", record(" 900  ", " 7", "ANNA      "));
+    expectDefaults("only record 1");
+    std::string five;
+    for (const char* s : {" 900  ", " 800  ", "abc   ", " 600  ", " 500  "})
+        five += record(s, " 7", "ANNA      ");
+    t.writeFile("Scores.log", five);
+    expectDefaults("record 3 not a number");
+}
+
+TEST(ScoresFile, AGoodTableIsReadInFileOrder) {
+    TestGame t;
+    std::string five;
+    const char* scores[] = {" 700  ", " 12345", " 900  ", " 0    ", " 50   "};
+    for (int k = 0; k < 5; ++k)
+        five += record(scores[k], k == 0 ? " 9" : " 1", "NAME" + std::to_string(k) + "     ");
+    t.writeFile("Scores.log", five);
+    t.start();
+    const auto& h = t.state().high;
+    EXPECT_EQ(h.HighScores[1], 12345);
+    EXPECT_EQ(h.HighScores[2], 900);  // nothing sorts the file
+    EXPECT_EQ(h.LowestHighScore, 50);
+    EXPECT_EQ(h.HighNames[3], "NAME3");
+    EXPECT_EQ(t.state().score.BestRun, 9);  // only record 1's run counts
+    EXPECT_EQ(t.table().LbHiScore.caption(), "700");
+    EXPECT_EQ(t.table().LbHiRun.caption(), " 9");
+    EXPECT_EQ(t.table().LbHiName.caption(), "NAME0");
+}
+
+TEST(ScoresFile, SixDigitScoresAndLongRunsReadBackCut) {
+    TestGame t;
+    storage::ScoreTable table = storage::defaultScoreTable();
+    table.scores = {123456, 99999, 5000, 400, 30};
+    table.bestRun = 12;
+    storage::writeScoreTable(t.path("Scores.log"), table);
+    EXPECT_EQ(fileLen(t.path("Scores.log")), 240);
+    storage::ScoreTable back = storage::readScoreTable(t.path("Scores.log"));
+    EXPECT_EQ(back.scores[0], 12345);
+    EXPECT_EQ(back.scores[1], 99999);
+    EXPECT_EQ(back.bestRun, 1);
+    EXPECT_EQ(back.names[2], "No Name");
+}
+
+TEST(ScoresFile, BestRecordRewriteKeepsTheOtherRecords) {
+    TestGame t;
+    std::string path = t.path("Scores.log");
+    storage::ScoreTable table = storage::defaultScoreTable();
+    table.scores = {900, 800, 700, 600, 500};
+    storage::writeScoreTable(path, table);
+    std::string before = t.readFile("Scores.log");
+    storage::writeBestRecord(path, 900, 14, "No Name");
+    std::string after = t.readFile("Scores.log");
+    EXPECT_EQ(after.substr(48), before.substr(48));
+    EXPECT_EQ(after.substr(0, 8), " 900   1");
+    // On an empty file the rewrite leaves exactly one record.
+    t.writeFile("Scores.log", "");
+    storage::writeBestRecord(path, 0, 3, "No Name");
+    EXPECT_EQ(fileLen(path), 48);
+}
+
+TEST(ScoresFile, AFailedWriteLeavesThePreviousTable) {
+    TestGame t;
+    std::string path = t.path("Scores.log");
+    storage::ScoreTable table = storage::defaultScoreTable();
+    table.scores = {900, 800, 700, 600, 500};
+    storage::writeScoreTable(path, table);
+    std::string before = t.readFile("Scores.log");
+    // The temporary file cannot be created: the write fails as a whole.
+    ::mkdir((path + ".tmp").c_str(), 0755);
+    table.scores[0] = 1000;
+    try {
+        storage::writeScoreTable(path, table);
+        FAIL() << "the write should fail";
+    } catch (const RuntimeError& e) {
+        EXPECT_TRUE(e.number() == err::kPathFileAccess || e.number() == err::kPermissionDenied);
+    }
+    EXPECT_EQ(t.readFile("Scores.log"), before);
+}
+
+}  // namespace
+}  // namespace bm::test
