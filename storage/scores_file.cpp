@@ -26,16 +26,23 @@ ScoreTable defaultScoreTable() {
     return t;
 }
 
-ScoreTable readScoreTable(const std::string& path) {
-    RecordFile file(path, kScoreRecordLength);
+ScoreTable parseScoreTable(std::string_view fileBytes) {
     ScoreTable t;
     for (int k = 1; k <= kScoreRecords; ++k) {
-        ScoreFields f = splitScoreRecord(file.get(k));
+        size_t at = static_cast<size_t>(k - 1) * kScoreRecordLength;
+        ScoreFields f = splitScoreRecord(at < fileBytes.size() ? fileBytes.substr(at) : "");
         t.scores[k - 1] = toNumber(trim(f.score));
         t.names[k - 1] = trim(f.name);
         if (k == 1) t.bestRun = cint(toNumber(trim(f.run)));
     }
     return t;
+}
+
+ScoreTable readScoreTable(const std::string& path) {
+    RecordFile file(path, kScoreRecordLength);
+    std::string bytes;
+    for (int k = 1; k <= kScoreRecords; ++k) bytes += file.get(k);
+    return parseScoreTable(bytes);
 }
 
 void writeScoreTable(const std::string& path, const ScoreTable& table) {

@@ -31,6 +31,9 @@ struct ScoreTable {
 // The table every damaged or missing file falls back to: five zero scores named "No Name".
 ScoreTable defaultScoreTable();
 
+// Reads the table from the bytes of a score file. A record beyond the end reads as zero bytes, so
+// a short file raises error 13 like a damaged one.
+ScoreTable parseScoreTable(std::string_view fileBytes);
 // Reads the table from the file at `path` the way the game does: the file is created empty when it
 // is missing; a Score or Run field that is not a number raises error 13 (the caller falls back to
 // the defaults); other file errors raise their own numbers.

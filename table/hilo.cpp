@@ -170,8 +170,8 @@ void HiLo::CmdDouble_Click() {
         CmdLow.setEnabled(false);
     }
     Timer2.setEnabled(true);
-    // The calls arrive as events while this waits. The form may also be closed meanwhile (the
-    // time limit, the window's close box): then this offer is over and nothing is settled.
+    // The calls arrive as events while this waits. The form may also be closed meanwhile (say by
+    // its window's close box): then this offer is over and nothing is settled.
     auto gone = [this, serial] { return !loaded() || loadSerial_ != serial; };
     rt.waitFor([&] { return decided != 0 || gone(); });
     if (gone()) return;

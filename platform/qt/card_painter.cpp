@@ -4,7 +4,6 @@
 #include <QFont>
 #include <QPainter>
 #include <QPainterPath>
-#include <QPainterPathStroker>
 #include <QPen>
 #include <QPixmap>
 #include <QTransform>
@@ -18,9 +17,13 @@
 #include <unordered_map>
 #include <vector>
 
-// Every card is a short list of filled paths in card coordinates (71 x 96), built once per card
-// and then only filled: no strokes, no text layout and no clipping at paint time, so a card costs
-// a handful of polygon fills at any scale and stays crisp because nothing is a bitmap.
+// Every card is a short list of layers in card coordinates (71 x 96): filled paths and thin pen
+// strokes, built once per card. Painting only replays them: no text layout and no clipping, and
+// nothing is a bitmap, so cards stay crisp at any scale.
+//
+// The raster engine's cost grows with the length of the edges it scans, and sharply when one path
+// holds shapes spread over the card, so shapes are kept as single outlines where possible (no
+// hidden overlapping edges) and shapes far apart go into separate layers.
 
 namespace bm::qt {
 namespace {
@@ -45,64 +48,100 @@ enum Rank { kAce = 0, kTen = 9, kJack = 10, kQueen = 11, kKing = 12 };
 // Where a layer takes its colour from: fixed, or the colour passed with a back.
 enum class Ink { Fixed, Background, Pattern };
 
-// A filled path, or straight lines drawn with a pen (the raster engine draws thin diagonal lines
-// far faster as pen strokes than as filled outlines).
+// A filled path, a filled rectangle (the raster engine fills rectangles far faster than paths),
+// a stroked path or a set of lines. Thin pens take the raster engine's fast line drawing, much
+// cheaper than filling the outline of a stroke.
 struct Layer {
+    enum Kind { Fill, Rect, Stroke, Lines };
+    Kind kind = Fill;
     QPainterPath path;
+    QRectF rect;
+    std::vector<QLineF> lines;
     QColor colour;
     Ink ink = Ink::Fixed;
-    std::vector<QLineF> lines;
-    double lineWidth = 0;
+    double penWidth = 0;
+    Qt::PenCapStyle cap = Qt::RoundCap;
 };
 using Layers = std::vector<Layer>;
-
-QPainterPath strokeOf(const QPainterPath& path, double width,
-                      Qt::PenCapStyle cap = Qt::RoundCap) {
-    QPainterPathStroker stroker;
-    stroker.setWidth(width);
-    stroker.setCapStyle(cap);
-    stroker.setJoinStyle(Qt::RoundJoin);
-    return stroker.createStroke(path);
-}
 
 // Collects the layers of one card in painting order.
 class Art {
 public:
-    // Each shape is a layer of its own: one path holding shapes far apart costs the rasteriser
-    // much more than filling them one by one.
-    void fill(QPainterPath path, QRgb colour) { add({std::move(path), QColor(colour), Ink::Fixed, {}, 0}); }
-    void fill(QPainterPath path, Ink ink) { add({std::move(path), QColor(), ink, {}, 0}); }
-    void lines(std::vector<QLineF> lines, double width, Ink ink) {
-        layers_.push_back({QPainterPath(), QColor(), ink, std::move(lines), width});
+    void fill(QPainterPath path, QRgb colour) { fill(std::move(path), QColor(colour), Ink::Fixed); }
+    void fill(QPainterPath path, Ink ink) { fill(std::move(path), QColor(), ink); }
+    void fillRect(const QRectF& rect, QRgb colour) {
+        Layer l;
+        l.kind = Layer::Rect;
+        l.rect = rect;
+        l.colour = QColor(colour);
+        layers_.push_back(std::move(l));
     }
     void stroke(const QPainterPath& path, double width, QRgb colour,
                 Qt::PenCapStyle cap = Qt::RoundCap) {
-        fill(strokeOf(path, width, cap), colour);
+        stroke(path, width, QColor(colour), Ink::Fixed, cap);
     }
     void stroke(const QPainterPath& path, double width, Ink ink) {
-        fill(strokeOf(path, width, Qt::FlatCap), ink);
+        stroke(path, width, QColor(), ink, Qt::FlatCap);
     }
-    // A filled shape with an outline around it.
+    void lines(std::vector<QLineF> lines, double width, Ink ink) {
+        Layer l;
+        l.kind = Layer::Lines;
+        l.lines = std::move(lines);
+        l.ink = ink;
+        l.penWidth = width;
+        l.cap = Qt::FlatCap;
+        layers_.push_back(std::move(l));
+    }
+    // A filled shape with a thin outline.
     void outlined(const QPainterPath& path, QRgb colour, double width = 0.5, QRgb line = kInk) {
         fill(path, colour);
         stroke(path, width, line);
     }
-    // Adds another card's layers, mapped through `t`.
+    // Adds layers built elsewhere, moved by `t` (a translation, possibly with a half turn, so pen
+    // widths stay as they are).
     void add(const Layers& layers, const QTransform& t) {
         for (const Layer& l : layers) {
-            Layer mapped{t.map(l.path), l.colour, l.ink, {}, l.lineWidth};
-            for (const QLineF& line : l.lines) mapped.lines.push_back(t.map(line));
+            Layer mapped = l;
+            mapped.path = t.map(l.path);
+            mapped.rect = t.mapRect(l.rect);
+            for (QLineF& line : mapped.lines) line = t.map(line);
             layers_.push_back(std::move(mapped));
         }
     }
     Layers take() { return std::move(layers_); }
 
 private:
-    void add(Layer layer) {
-        // Shapes that overlap themselves (the club's lobes, glyphs, stroke outlines) are meant as
-        // the union of their parts.
-        layer.path.setFillRule(Qt::WindingFill);
-        layers_.push_back(std::move(layer));
+    void fill(QPainterPath path, QColor colour, Ink ink) {
+        // Glyphs and shapes made of overlapping parts are meant as the union of their parts.
+        path.setFillRule(Qt::WindingFill);
+        // A shape beside the one just added, in the same colour and on about the same rows (two
+        // pips of a row, a rank over its pip) joins it: one fill instead of two for about the
+        // same rows. They must not overlap, or the winding fill could cut holes.
+        if (!layers_.empty()) {
+            Layer& last = layers_.back();
+            const QRectF a = last.path.boundingRect(), b = path.boundingRect();
+            if (last.kind == Layer::Fill && last.ink == ink && last.colour == colour &&
+                !a.intersects(b) && a.united(b).height() <= a.height() + b.height() + 2) {
+                last.path.addPath(path);
+                return;
+            }
+        }
+        Layer l;
+        l.path = std::move(path);
+        l.colour = colour;
+        l.ink = ink;
+        layers_.push_back(std::move(l));
+    }
+    void stroke(const QPainterPath& path, double width, QColor colour, Ink ink,
+                Qt::PenCapStyle cap) {
+        Layer l;
+        l.kind = Layer::Stroke;
+        l.path = path;
+        l.colour = colour;
+        l.ink = ink;
+        l.penWidth = width;
+        l.cap = cap;
+        layers_.push_back(std::move(l));
     }
 
     Layers layers_;
@@ -163,40 +202,47 @@ QPainterPath makeSpade() {
     return p;
 }
 
-// Signed area of a path's outline: the sign tells which way round it runs.
-double signedArea(const QPainterPath& path) {
-    const QPolygonF poly = path.toFillPolygon();
-    double a = 0;
-    for (qsizetype i = 0; i + 1 < poly.size(); ++i)
-        a += poly[i].x() * poly[i + 1].y() - poly[i + 1].x() * poly[i].y();
-    return a;
+// Angle of `p` seen from `c`, in degrees as QPainterPath::arcTo counts them.
+double angleOf(QPointF c, QPointF p) {
+    return std::atan2(c.y() - p.y(), p.x() - c.x()) * 180 / std::numbers::pi;
+}
+
+// The crossing of two circles of radius `r` that lies farther from `away`.
+QPointF crossing(QPointF a, QPointF b, double r, QPointF away) {
+    const QPointF mid = (a + b) / 2;
+    const QPointF d = b - a;
+    const double half = std::hypot(d.x(), d.y()) / 2;
+    const double h = std::sqrt(std::max(0.0, r * r - half * half));
+    const QPointF n(-d.y() / (2 * half), d.x() / (2 * half));
+    const QPointF p1 = mid + n * h, p2 = mid - n * h;
+    auto dist = [&](QPointF p) { return std::hypot(p.x() - away.x(), p.y() - away.y()); };
+    return dist(p1) > dist(p2) ? p1 : p2;
 }
 
 QPainterPath makeClub() {
-    // Three overlapping circles and one polygon that fills the gap between them and flares into
-    // the stem. Both kinds of subpath run the same way round, so the winding fill merges them.
-    const double r = 0.245, side = 0.25, sideY = 0.1, top = -0.255;
+    // The outline of three overlapping lobes with a flared stem, traced as one contour so no
+    // hidden edges are left inside.
+    const double r = 0.245;
+    const QPointF top(0, -0.255), left(-0.25, 0.1), right(0.25, 0.1), centre(0, 0.02);
+    const QPointF topRight = crossing(top, right, r, centre);
+    const QPointF topLeft = crossing(top, left, r, centre);
+    const double stemAngle = 52;  // where the stem leaves the side lobes, below their centres
+    auto arc = [&](QPainterPath& p, QPointF c, double from, double to) {
+        double sweep = to - from;
+        while (sweep <= 0) sweep += 360;
+        p.arcTo(QRectF(c.x() - r, c.y() - r, 2 * r, 2 * r), from, sweep);
+    };
     QPainterPath p;
-    p.setFillRule(Qt::WindingFill);
-    p.addEllipse(QPointF(0, top), r, r);
-    p.addEllipse(QPointF(-side, sideY), r, r);
-    p.addEllipse(QPointF(side, sideY), r, r);
-    QPolygonF core;
-    core << QPointF(0, top) << QPointF(side, sideY) << QPointF(0.06, 0.3) << QPointF(0.09, 0.44)
-         << QPointF(0.22, 0.52) << QPointF(-0.22, 0.52) << QPointF(-0.09, 0.44)
-         << QPointF(-0.06, 0.3) << QPointF(-side, sideY);
-    QPainterPath stem;
-    stem.addPolygon(core);
-    stem.closeSubpath();
-    QPainterPath circle;
-    circle.addEllipse(QPointF(0, 0), 1, 1);
-    if ((signedArea(stem) > 0) != (signedArea(circle) > 0)) {
-        std::reverse(core.begin(), core.end());
-        stem = QPainterPath();
-        stem.addPolygon(core);
-        stem.closeSubpath();
-    }
-    p.addPath(stem);
+    p.moveTo(topRight);
+    arc(p, top, angleOf(top, topRight), angleOf(top, topLeft));
+    arc(p, left, angleOf(left, topLeft), -stemAngle);
+    const QPointF joinLeft = p.currentPosition();
+    p.quadTo(QPointF(-0.06, 0.44), QPointF(-0.22, 0.52));
+    p.lineTo(0.22, 0.52);
+    const QPointF joinRight(-joinLeft.x(), joinLeft.y());
+    p.quadTo(QPointF(0.06, 0.44), joinRight);
+    arc(p, right, 180 + stemAngle, angleOf(right, topRight));
+    p.closeSubpath();
     return p;
 }
 
@@ -277,12 +323,46 @@ constexpr double kIndexCap = 9.0;   // cap height of the rank in the index
 constexpr double kIndexPip = 7.4;   // width of the pip in the index
 constexpr double kIndexWidth = 10.5;
 
-// The white card with its thin border.
+// The white card with its thin border. Built from rectangles plus the four corners, a pair of
+// corners to a path: a path filled across the whole card costs several times more. The white
+// runs under the border and the corner pieces overlap the straight parts, so no seams show where
+// pieces meet between device pixels.
 void addBlank(Art& art) {
-    art.fill(roundedRect(0, 0, kW, kH, kCornerRadius), kBorderGrey);
-    art.fill(roundedRect(kBorder, kBorder, kW - 2 * kBorder, kH - 2 * kBorder,
-                         kCornerRadius - kBorder),
-             kWhite);
+    constexpr double r = kCornerRadius, b = kBorder;
+    // Top-left corner of the card's outline out to r + 1 along both edges, and of the border.
+    QPainterPath white;
+    white.moveTo(0, r + 1);
+    white.lineTo(0, r);
+    white.arcTo(QRectF(0, 0, 2 * r, 2 * r), 180, -90);
+    white.lineTo(r + 1, 0);
+    white.lineTo(r + 1, r + 1);
+    white.closeSubpath();
+    QPainterPath ring;
+    ring.moveTo(0, r + 1);
+    ring.lineTo(0, r);
+    ring.arcTo(QRectF(0, 0, 2 * r, 2 * r), 180, -90);
+    ring.lineTo(r + 1, 0);
+    ring.lineTo(r + 1, b);
+    ring.lineTo(r, b);
+    ring.arcTo(QRectF(b, b, 2 * (r - b), 2 * (r - b)), 90, 90);
+    ring.lineTo(b, r + 1);
+    ring.closeSubpath();
+    const QTransform mirror(-1, 0, 0, 1, kW, 0), flip(1, 0, 0, -1, 0, kH);
+    auto pair = [&](const QPainterPath& corner, bool bottom) {
+        QPainterPath p = bottom ? flip.map(corner) : corner;
+        p.addPath(mirror.map(p));
+        return p;
+    };
+    art.fillRect(QRectF(0, r, kW, kH - 2 * r), kWhite);
+    art.fillRect(QRectF(r, 0, kW - 2 * r, kH), kWhite);
+    art.fill(pair(white, false), kWhite);
+    art.fill(pair(white, true), kWhite);
+    art.fillRect(QRectF(r, 0, kW - 2 * r, b), kBorderGrey);
+    art.fillRect(QRectF(r, kH - b, kW - 2 * r, b), kBorderGrey);
+    art.fillRect(QRectF(0, r, b, kH - 2 * r), kBorderGrey);
+    art.fillRect(QRectF(kW - b, r, b, kH - 2 * r), kBorderGrey);
+    art.fill(pair(ring, false), kBorderGrey);
+    art.fill(pair(ring, true), kBorderGrey);
 }
 
 // Both corner indices of a face: rank over pip, top left, and the same turned over, bottom right.
@@ -363,6 +443,43 @@ constexpr double kPanelW = kW - 2 * kPanelX;
 constexpr double kPanelH = kH - 2 * kPanelY;
 constexpr double kHalfH = kPanelH / 2;
 
+// A band of width `w` along the cubic a-c1-c2-b, for trims that run roughly across: the edges are
+// the curve moved up and down by half the width.
+QPainterPath ribbon(QPointF a, QPointF c1, QPointF c2, QPointF b, double w) {
+    const QPointF up(0, -w / 2), down(0, w / 2);
+    QPainterPath p;
+    p.moveTo(a + up);
+    p.cubicTo(c1 + up, c2 + up, b + up);
+    p.lineTo(b + down);
+    p.cubicTo(c2 + down, c1 + down, a + down);
+    p.closeSubpath();
+    return p;
+}
+
+QPainterPath polygon(std::initializer_list<QPointF> points) {
+    QPainterPath p;
+    p.addPolygon(QPolygonF(points));
+    p.closeSubpath();
+    return p;
+}
+
+// A five-petalled flower as one outline.
+QPainterPath flower(double cx, double cy, double radius) {
+    QPainterPath p;
+    auto at = [&](double degrees, double r) {
+        const double a = degrees * std::numbers::pi / 180;
+        return QPointF(cx + r * std::cos(a), cy + r * std::sin(a));
+    };
+    const double inner = radius * 0.3;
+    for (int i = 0; i < 5; ++i) {
+        const double a = -90 + 72 * i;
+        if (i == 0) p.moveTo(at(a - 36, inner));
+        p.cubicTo(at(a - 34, radius * 1.25), at(a + 34, radius * 1.25), at(a + 36, inner));
+    }
+    p.closeSubpath();
+    return p;
+}
+
 // The bust of `rank` in the upper half of the panel, in panel coordinates (kPanelW x kHalfH).
 Layers bust(int rank, int suit) {
     const QRgb suitInk = suitColour(suit);
@@ -380,23 +497,21 @@ Layers bust(int rank, int suit) {
         hair.closeSubpath();
         art.outlined(hair, 0xFF8A4B1F);
     } else if (rank == kJack) {
-        QPainterPath hair = ellipse(cx, 18.2, 6.3, 6.8);
-        art.outlined(hair, 0xFF8A5A2B);
+        art.outlined(ellipse(cx, 18.2, 6.3, 6.8), 0xFF8A5A2B);
     }
 
-    // Robe.
+    // Robe, cut off by the seam in the middle of the panel.
     QPainterPath robe;
     robe.moveTo(1.5, kHalfH);
     robe.cubicTo(1.5, 34, 5, 29.6, 11, 28.6);
     robe.lineTo(cx * 2 - 11, 28.6);
     robe.cubicTo(cx * 2 - 5, 29.6, cx * 2 - 1.5, 34, cx * 2 - 1.5, kHalfH);
     robe.closeSubpath();
-    art.outlined(robe, suitInk, 0.5, suitInk == kBlack ? kBlack : kInk);
+    art.fill(robe, suitInk);
 
     // Neck and head.
     art.outlined(roundedRect(cx - 2.2, 23, 4.4, 6.4, 1), kSkin);
-    const QPainterPath head = ellipse(cx, 19, 5.2, 6.2);
-    art.outlined(head, kSkin);
+    art.outlined(ellipse(cx, 19, 5.2, 6.2), kSkin);
     QPainterPath eyes = ellipse(cx - 1.9, 18.6, 0.65, 0.7);
     eyes.addPath(ellipse(cx + 1.9, 18.6, 0.65, 0.7));
     art.fill(eyes, kInk);
@@ -422,30 +537,24 @@ Layers bust(int rank, int suit) {
         curls.quadTo(cx + 1.6, 28, cx + 0.6, 29.5);
         art.stroke(curls, 0.4, 0xFF4A2A10);
         // Pointed crown: three spikes tipped with balls, a jewel in the band.
-        QPainterPath crown;
-        crown.moveTo(cx - 5.6, 14.4);
-        crown.lineTo(cx - 6.0, 6.6);
-        crown.lineTo(cx - 2.9, 10.2);
-        crown.lineTo(cx, 4.6);
-        crown.lineTo(cx + 2.9, 10.2);
-        crown.lineTo(cx + 6.0, 6.6);
-        crown.lineTo(cx + 5.6, 14.4);
-        crown.closeSubpath();
-        art.outlined(crown, kGold);
+        art.outlined(polygon({{cx - 5.6, 14.4},
+                              {cx - 6.0, 6.6},
+                              {cx - 2.9, 10.2},
+                              {cx, 4.6},
+                              {cx + 2.9, 10.2},
+                              {cx + 6.0, 6.6},
+                              {cx + 5.6, 14.4}}),
+                     kGold);
         QPainterPath balls = ellipse(cx - 6.0, 6.4, 0.95, 0.95);
         balls.addPath(ellipse(cx, 4.4, 0.95, 0.95));
         balls.addPath(ellipse(cx + 6.0, 6.4, 0.95, 0.95));
         art.outlined(balls, kGold, 0.4);
         art.fill(ellipse(cx, 12.2, 1.2, 1.2), suitInk);
-        // Ermine collar.
-        QPainterPath collar;
-        collar.moveTo(cx - 9, 30.5);
-        collar.cubicTo(cx - 5, 34.2, cx + 5, 34.2, cx + 9, 30.5);
-        art.stroke(collar, 2.2, kGold);
+        // Gold collar and a band down the front of the robe.
+        art.fill(ribbon({cx - 9, 30.3}, {cx - 5, 34}, {cx + 5, 34}, {cx + 9, 30.3}, 2.2), kGold);
         QPainterPath band;
-        band.moveTo(cx, 33);
-        band.lineTo(cx, kHalfH);
-        art.stroke(band, 2.0, kGold, Qt::FlatCap);
+        band.addRect(QRectF(cx - 1, 32.6, 2, kHalfH - 32.6));
+        art.fill(band, kGold);
     } else if (rank == kQueen) {
         QPainterPath mouth;
         mouth.moveTo(cx - 1.3, 22.4);
@@ -466,25 +575,16 @@ Layers bust(int rank, int suit) {
         pearls.addPath(ellipse(cx + 3.9, 7.9, 0.85, 0.85));
         art.outlined(pearls, kWhite, 0.4);
         art.fill(ellipse(cx, 12.1, 1.0, 1.0), suitInk);
-        // Necklace.
-        QPainterPath necklace;
-        necklace.moveTo(cx - 4.2, 28.8);
-        necklace.quadTo(cx, 33.4, cx + 4.2, 28.8);
-        art.stroke(necklace, 1.0, kGold);
+        art.fill(ribbon({cx - 4.4, 28.9}, {cx - 2.5, 32.2}, {cx + 2.5, 32.2}, {cx + 4.4, 28.9}, 1.0),
+                 kGold);
         // A flower held up beside her.
         const double fx = cx + 10.4, fy = 31.2;
         QPainterPath stalk;
         stalk.moveTo(fx - 3.5, kHalfH - 0.5);
         stalk.quadTo(fx - 0.8, kHalfH - 5, fx, fy);
-        art.stroke(stalk, 0.9, 0xFF2E7D32);
-        QPainterPath petals;
-        for (int i = 0; i < 5; ++i) {
-            const double a = (-90 + 72 * i) * std::numbers::pi / 180;
-            petals.addPath(ellipse(fx + 1.7 * std::cos(a), fy + 1.7 * std::sin(a), 1.45, 1.45));
-        }
-        petals.setFillRule(Qt::WindingFill);
-        art.outlined(petals, kGold, 0.4);
-        art.fill(ellipse(fx, fy, 1.0, 1.0), kRed);
+        art.stroke(stalk, 0.7, 0xFF2E7D32);
+        art.outlined(flower(fx, fy, 2.9), kGold, 0.4);
+        art.fill(ellipse(fx, fy, 0.9, 0.9), kRed);
     } else {  // Jack
         QPainterPath mouth;
         mouth.moveTo(cx - 1.5, 22.2);
@@ -497,10 +597,8 @@ Layers bust(int rank, int suit) {
         feather.cubicTo(cx - 11.6, 7.2, cx - 9.2, 10.6, cx - 4.6, 12.8);
         feather.closeSubpath();
         art.outlined(feather, kGold, 0.45);
-        QPainterPath rib;
-        rib.moveTo(cx - 4.4, 11.8);
-        rib.cubicTo(cx - 7.8, 8.4, cx - 10.4, 6.0, cx - 12.6, 4.3);
-        art.stroke(rib, 0.4, kInk);
+        art.fill(ribbon({cx - 4.4, 11.8}, {cx - 7.8, 8.4}, {cx - 10.4, 6.0}, {cx - 12.6, 4.3}, 0.5),
+                 kInk);
         // Cap, worn at a tilt, with a gold band.
         QPainterPath cap;
         cap.moveTo(cx - 6.6, 15);
@@ -509,18 +607,18 @@ Layers bust(int rank, int suit) {
         cap.cubicTo(cx + 3, 13.3, cx - 3, 13.8, cx - 6.6, 15);
         cap.closeSubpath();
         art.outlined(cap, suitInk, 0.5, suitInk == kBlack ? kBlack : kInk);
-        QPainterPath capBand;
-        capBand.moveTo(cx - 6.4, 14.4);
-        capBand.cubicTo(cx - 2.5, 13.1, cx + 2.8, 12.7, cx + 6.9, 13.4);
-        art.stroke(capBand, 1.3, kGold);
+        art.fill(ribbon({cx - 6.5, 14.5}, {cx - 2.5, 13.2}, {cx + 2.8, 12.8}, {cx + 6.9, 13.5}, 1.3),
+                 kGold);
         // Collar and buttons of the doublet.
-        QPainterPath collar;
-        collar.moveTo(cx - 5.5, 28.8);
-        collar.lineTo(cx, 32.5);
-        collar.lineTo(cx + 5.5, 28.8);
-        art.stroke(collar, 1.4, kGold);
+        art.fill(polygon({{cx - 6, 28.6},
+                          {cx, 32.4},
+                          {cx + 6, 28.6},
+                          {cx + 6, 30.1},
+                          {cx, 33.9},
+                          {cx - 6, 30.1}}),
+                 kGold);
         QPainterPath buttons;
-        for (double y : {35.0, 38.2, 41.4}) buttons.addPath(ellipse(cx, y, 0.9, 0.9));
+        for (double y : {35.8, 38.6, 41.0}) buttons.addPath(ellipse(cx, y, 0.85, 0.85));
         art.fill(buttons, kGold);
     }
 
@@ -531,34 +629,27 @@ Layers bust(int rank, int suit) {
     return art.take();
 }
 
+QPainterPath rect(double x, double y, double w, double h) {
+    QPainterPath p;
+    p.addRect(QRectF(x, y, w, h));
+    return p;
+}
+
 Layers courtFace(int rank, int suit) {
     const QRgb suitInk = suitColour(suit);
     Art art;
     addBlank(art);
     addIndices(art, rank, suit);
     // Frame: suit colour outside, a gold line inside.
-    art.fill(QPainterPath([] {
-                 QPainterPath p;
-                 p.addRect(QRectF(kPanelX, kPanelY, kPanelW, kPanelH));
-                 return p;
-             }()),
-             suitInk);
-    art.fill(QPainterPath([] {
-                 QPainterPath p;
-                 p.addRect(QRectF(kPanelX + 1, kPanelY + 1, kPanelW - 2, kPanelH - 2));
-                 return p;
-             }()),
-             kPanel);
+    art.fill(rect(kPanelX, kPanelY, kPanelW, kPanelH), suitInk);
+    art.fill(rect(kPanelX + 1, kPanelY + 1, kPanelW - 2, kPanelH - 2), kPanel);
     const Layers half = bust(rank, suit);
     art.add(half, QTransform::fromTranslate(kPanelX, kPanelY));
     art.add(half, QTransform(-1, 0, 0, -1, kPanelX + kPanelW, kPanelY + kPanelH));
-    QPainterPath inner;
-    inner.addRect(QRectF(kPanelX + 1.9, kPanelY + 1.9, kPanelW - 3.8, kPanelH - 3.8));
-    art.stroke(inner, 0.7, kGold, Qt::FlatCap);
+    art.stroke(rect(kPanelX + 1.9, kPanelY + 1.9, kPanelW - 3.8, kPanelH - 3.8), 0.5, kGold,
+               Qt::SquareCap);
     // The two busts meet on a gold seam.
-    QPainterPath divider;
-    divider.addRect(QRectF(kPanelX + 1, kPanelY + kHalfH - 0.5, kPanelW - 2, 1.0));
-    art.fill(divider, kGold);
+    art.fill(rect(kPanelX + 1, kPanelY + kHalfH - 0.5, kPanelW - 2, 1.0), kGold);
     return art.take();
 }
 
@@ -605,10 +696,12 @@ bool clipLine(QPointF a, QPointF b, const QRectF& r, QLineF& out) {
 Layers makeBack() {
     constexpr double kMargin = 4.0;
     const QRectF field(kMargin, kMargin, kW - 2 * kMargin, kH - 2 * kMargin);
-    const QRectF lattice = field.adjusted(2.6, 2.6, -2.6, -2.6);
+    const QRectF lattice = field.adjusted(2.4, 2.4, -2.4, -2.4);
     const double cx = kW / 2, cy = kH / 2;
     // Diamond cells 9 wide and 11 tall, one of them centred on the card.
     const double dx = 9, dy = 11;
+    // The medallion in the middle: an oval with these half axes.
+    const double rx = 14, ry = 18;
 
     Art art;
     addBlank(art);
@@ -623,58 +716,50 @@ Layers makeBack() {
             if (clipLine(base - run, base + run, lattice, seg)) lines.push_back(seg);
         }
     }
-    art.lines(std::move(lines), 0.75, Ink::Pattern);
+    art.lines(std::move(lines), 0.5, Ink::Pattern);
 
     // A light dot in the middle of every whole cell; cells sit on two interleaved grids.
-    for (int i = -8; i <= 8; ++i) {
-        for (int j = -16; j <= 16; ++j) {
+    for (int j = -16; j <= 16; ++j) {
+        for (int i = -8; i <= 8; ++i) {
             const double shift = (j & 1) ? 0.5 : 0.0;
             const QPointF c(cx + (i + shift) * dx, cy + j * dy / 2);
             if (!lattice.adjusted(dx / 2, dy / 2, -dx / 2, -dy / 2).contains(c)) continue;
-            if (std::hypot((c.x() - cx) / 15, (c.y() - cy) / 20) < 1) continue;  // medallion
-            QPainterPath dot;
-            dot.moveTo(c.x(), c.y() - 1.3);
-            dot.lineTo(c.x() + 1.05, c.y());
-            dot.lineTo(c.x(), c.y() + 1.3);
-            dot.lineTo(c.x() - 1.05, c.y());
-            dot.closeSubpath();
-            art.fill(dot, kWhite);
+            if (std::hypot((c.x() - cx) / (rx + 1), (c.y() - cy) / (ry + 1)) < 1) continue;
+            art.fill(polygon({{c.x(), c.y() - 1.4},
+                              {c.x() + 1.1, c.y()},
+                              {c.x(), c.y() + 1.4},
+                              {c.x() - 1.1, c.y()}}),
+                     kWhite);
         }
     }
 
     // Frame line inside the field.
     QPainterPath frame;
     frame.addRoundedRect(field.adjusted(1.6, 1.6, -1.6, -1.6), 2, 2);
-    art.stroke(frame, 0.8, Ink::Pattern);
+    art.stroke(frame, 0.5, Ink::Pattern);
 
-    // Medallion: an oval of the background colour with a double rim, holding an eight-petal
-    // rosette.
-    const double rx = 14, ry = 18;
-    art.fill(ellipse(cx, cy, rx + 1.2, ry + 1.2), kWhite);
-    art.fill(ellipse(cx, cy, rx, ry), Ink::Background);
-    art.stroke(ellipse(cx, cy, rx, ry), 1.2, Ink::Pattern);
-    art.stroke(ellipse(cx, cy, rx - 2.2, ry - 2.2), 0.6, Ink::Pattern);
+    // Medallion: an oval of the background colour with a white halo and a double rim, holding
+    // an eight-petal rosette.
+    art.fill(ellipse(cx, cy, rx + 1.4, ry + 1.4), kWhite);
+    art.fill(ellipse(cx, cy, rx + 0.6, ry + 0.6), Ink::Pattern);
+    art.fill(ellipse(cx, cy, rx - 0.6, ry - 0.6), Ink::Background);
+    art.stroke(ellipse(cx, cy, rx - 2.2, ry - 2.2), 0.5, Ink::Pattern);
     QPainterPath petal;
     petal.moveTo(0, -2);
     petal.cubicTo(2.8, -5, 2.6, -10, 0, -12.5);
     petal.cubicTo(-2.6, -10, -2.8, -5, 0, -2);
     petal.closeSubpath();
-    QPainterPath bigPetals, smallPetals;
+    QPainterPath petals;
     for (int i = 0; i < 8; ++i) {
         QTransform t;
         t.translate(cx, cy);
         t.rotate(45.0 * i);
-        if (i % 2 == 0) {
-            bigPetals.addPath(t.map(petal));
-        } else {
-            t.scale(0.72, 0.72);
-            smallPetals.addPath(t.map(petal));
-        }
+        if (i % 2) t.scale(0.72, 0.72);
+        petals.addPath(t.map(petal));
     }
-    art.fill(bigPetals, Ink::Pattern);
-    art.fill(smallPetals, Ink::Pattern);
-    art.fill(ellipse(cx, cy, 2.3, 2.3), kWhite);
-    art.stroke(ellipse(cx, cy, 2.3, 2.3), 0.6, Ink::Pattern);
+    art.fill(petals, Ink::Pattern);
+    art.outlined(ellipse(cx, cy, 2.3, 2.3), kWhite, 0.5, kWhite);
+    art.stroke(ellipse(cx, cy, 2.3, 2.3), 0.5, Ink::Pattern);
     return art.take();
 }
 
@@ -695,18 +780,31 @@ QColor patternColour(const QColor& background) {
     return QColor::fromHsv(hue, hsv.hsvSaturation() * 6 / 10, hsv.value() + (255 - hsv.value()) * 6 / 10);
 }
 
-void fillLayers(QPainter& p, const Layers& layers, const QColor& background = QColor(),
-                const QColor& pattern = QColor()) {
+// Paints `layers` mapped through `m`, which must take card coordinates to the painter's current
+// coordinates.
+void paintLayers(QPainter& p, const Layers& layers, const QTransform& m,
+                 const QColor& background = QColor(), const QColor& pattern = QColor()) {
+    const double penScale = std::sqrt(std::abs(m.determinant()));
     for (const Layer& l : layers) {
         const QColor& colour = l.ink == Ink::Fixed        ? l.colour
                                : l.ink == Ink::Background ? background
                                                           : pattern;
-        if (l.lines.empty()) {
-            p.fillPath(l.path, colour);
-        } else {
-            p.setPen(QPen(colour, l.lineWidth, Qt::SolidLine, Qt::FlatCap));
-            p.drawLines(l.lines.data(), static_cast<int>(l.lines.size()));
-            p.setPen(Qt::NoPen);
+        switch (l.kind) {
+            case Layer::Fill: p.fillPath(m.map(l.path), colour); break;
+            case Layer::Rect: p.fillRect(m.mapRect(l.rect), colour); break;
+            case Layer::Stroke:
+            case Layer::Lines: {
+                p.setPen(QPen(colour, l.penWidth * penScale, Qt::SolidLine, l.cap, Qt::RoundJoin));
+                if (l.kind == Layer::Stroke) {
+                    p.drawPath(m.map(l.path));
+                } else {
+                    std::vector<QLineF> lines;
+                    lines.reserve(l.lines.size());
+                    for (const QLineF& line : l.lines) lines.push_back(m.map(line));
+                    p.drawLines(lines.data(), static_cast<int>(lines.size()));
+                }
+                break;
+            }
         }
     }
 }
@@ -729,21 +827,31 @@ Cache& cache() {
 }  // namespace
 
 void paintCard(QPainter& p, double x, double y, int code, int mode, const QColor& colour) {
-    switch (mode) {
-        case 0:
-        case 1: {
-            p.save();
-            p.translate(x, y);
-            p.setRenderHint(QPainter::Antialiasing, true);
-            p.setPen(Qt::NoPen);
-            if (mode == 0) fillLayers(p, faceLayers(code));
-            else fillLayers(p, backLayers(), colour, patternColour(colour));
-            p.restore();
-            break;
-        }
-        case 8: p.fillRect(QRectF(x, y, kW, kH), colour); break;
-        default: break;
+    if (mode == 8) {
+        p.fillRect(QRectF(x, y, kW, kH), colour);
+        return;
     }
+    if (mode != 0 && mode != 1) return;
+    const Layers& layers = mode == 0 ? faceLayers(code) : backLayers();
+    p.save();
+    p.setRenderHint(QPainter::Antialiasing, true);
+    p.setBrush(Qt::NoBrush);
+    // Small curved shapes rasterise about twice as fast when their coordinates are already in
+    // device pixels, so unless the painter rotates or shears, map the shapes here and paint with
+    // the painter's transformation undone.
+    const QTransform& device = p.deviceTransform();  // world, view and device pixel ratio
+    const QTransform toDevice = QTransform::fromTranslate(x, y) * device;
+    QTransform m;
+    if (device.type() <= QTransform::TxScale && device.isInvertible()) {
+        // The world transformation that cancels the view and device pixel ratio.
+        p.setWorldTransform(device.inverted() * p.worldTransform());
+        m = toDevice;
+    } else {
+        m = QTransform::fromTranslate(x, y);
+    }
+    if (mode == 0) paintLayers(p, layers, m);
+    else paintLayers(p, layers, m, colour, patternColour(colour));
+    p.restore();
 }
 
 const QPixmap& cardPixmap(int code, int mode, const QColor& colour, double deviceScale) {

@@ -25,7 +25,8 @@ namespace bm::qt {
 QString toQString(const std::string& text) {
     QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     QString out = utf8(QByteArrayView(text.data(), static_cast<qsizetype>(text.size())));
-    if (utf8.hasError()) return QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size()));
+    if (utf8.hasError())
+        return QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size()));
     return out;
 }
 
@@ -48,10 +49,14 @@ constexpr uint32_t kDesignGrey = 0xC0C0C0;
 
 int mouseButton(Qt::MouseButton b) {
     switch (b) {
-        case Qt::LeftButton: return mouse::kLeft;
-        case Qt::RightButton: return mouse::kRight;
-        case Qt::MiddleButton: return mouse::kMiddle;
-        default: return 0;
+        case Qt::LeftButton:
+            return mouse::kLeft;
+        case Qt::RightButton:
+            return mouse::kRight;
+        case Qt::MiddleButton:
+            return mouse::kMiddle;
+        default:
+            return 0;
     }
 }
 
@@ -69,43 +74,77 @@ int virtualKey(const QKeyEvent* e) {
     if (k >= Qt::Key_0 && k <= Qt::Key_9) return keypad ? 96 + (k - Qt::Key_0) : k;
     if (k >= Qt::Key_F1 && k <= Qt::Key_F24) return key::kF1 + (k - Qt::Key_F1);
     switch (k) {
-        case Qt::Key_Backspace: return 8;
+        case Qt::Key_Backspace:
+            return 8;
         case Qt::Key_Tab:
-        case Qt::Key_Backtab: return 9;
+        case Qt::Key_Backtab:
+            return 9;
         case Qt::Key_Return:
-        case Qt::Key_Enter: return key::kEnter;
-        case Qt::Key_Shift: return 16;
-        case Qt::Key_Control: return 17;
+        case Qt::Key_Enter:
+            return key::kEnter;
+        case Qt::Key_Shift:
+            return 16;
+        case Qt::Key_Control:
+            return 17;
         case Qt::Key_Alt:
-        case Qt::Key_AltGr: return 18;
-        case Qt::Key_Pause: return 19;
-        case Qt::Key_CapsLock: return 20;
-        case Qt::Key_Escape: return 27;
-        case Qt::Key_Space: return 32;
-        case Qt::Key_PageUp: return 33;
-        case Qt::Key_PageDown: return 34;
-        case Qt::Key_End: return 35;
-        case Qt::Key_Home: return 36;
-        case Qt::Key_Left: return 37;
-        case Qt::Key_Up: return 38;
-        case Qt::Key_Right: return 39;
-        case Qt::Key_Down: return 40;
-        case Qt::Key_Insert: return 45;
-        case Qt::Key_Delete: return 46;
-        case Qt::Key_Asterisk: return keypad ? 106 : 0;
-        case Qt::Key_Plus: return keypad ? 107 : 0;
-        case Qt::Key_Minus: return keypad ? 109 : 189;
-        case Qt::Key_Period: return keypad ? 110 : 190;
-        case Qt::Key_Slash: return keypad ? 111 : 191;
-        case Qt::Key_Semicolon: return 186;
-        case Qt::Key_Equal: return 187;
-        case Qt::Key_Comma: return 188;
-        case Qt::Key_QuoteLeft: return 192;
-        case Qt::Key_BracketLeft: return 219;
-        case Qt::Key_Backslash: return 220;
-        case Qt::Key_BracketRight: return 221;
-        case Qt::Key_Apostrophe: return 222;
-        default: return 0;
+        case Qt::Key_AltGr:
+            return 18;
+        case Qt::Key_Pause:
+            return 19;
+        case Qt::Key_CapsLock:
+            return 20;
+        case Qt::Key_Escape:
+            return 27;
+        case Qt::Key_Space:
+            return 32;
+        case Qt::Key_PageUp:
+            return 33;
+        case Qt::Key_PageDown:
+            return 34;
+        case Qt::Key_End:
+            return 35;
+        case Qt::Key_Home:
+            return 36;
+        case Qt::Key_Left:
+            return 37;
+        case Qt::Key_Up:
+            return 38;
+        case Qt::Key_Right:
+            return 39;
+        case Qt::Key_Down:
+            return 40;
+        case Qt::Key_Insert:
+            return 45;
+        case Qt::Key_Delete:
+            return 46;
+        case Qt::Key_Asterisk:
+            return keypad ? 106 : 0;
+        case Qt::Key_Plus:
+            return keypad ? 107 : 0;
+        case Qt::Key_Minus:
+            return keypad ? 109 : 189;
+        case Qt::Key_Period:
+            return keypad ? 110 : 190;
+        case Qt::Key_Slash:
+            return keypad ? 111 : 191;
+        case Qt::Key_Semicolon:
+            return 186;
+        case Qt::Key_Equal:
+            return 187;
+        case Qt::Key_Comma:
+            return 188;
+        case Qt::Key_QuoteLeft:
+            return 192;
+        case Qt::Key_BracketLeft:
+            return 219;
+        case Qt::Key_Backslash:
+            return 220;
+        case Qt::Key_BracketRight:
+            return 221;
+        case Qt::Key_Apostrophe:
+            return 222;
+        default:
+            return 0;
     }
 }
 
@@ -155,7 +194,7 @@ void paintDraws(QPainter& p, const std::vector<CardDraw>& draws, QPointF origin,
 
 // A picture file scaled once for the size it is shown at.
 class ScaledPicture {
-public:
+  public:
     void set(const QPixmap& source) {
         if (source.cacheKey() == source_.cacheKey()) return;
         source_ = source;
@@ -175,27 +214,27 @@ public:
         return scaled_;
     }
 
-private:
+  private:
     QPixmap source_, scaled_;
 };
 
 class ControlWidget : public QWidget {
-public:
+  public:
     ControlWidget(FormWindow& window, Control& control)
         : QWidget(&window), window_(window), control_(control) {}
     void setPicture(const QPixmap& pm) { picture_.set(pm); }
 
-protected:
+  protected:
     FormWindow& window_;
     Control& control_;
     ScaledPicture picture_;
 };
 
 class ImageWidget : public ControlWidget {
-public:
+  public:
     using ControlWidget::ControlWidget;
 
-protected:
+  protected:
     void paintEvent(QPaintEvent*) override {
         if (picture_.isNull() || width() <= 0 || height() <= 0) return;
         QPainter p(this);
@@ -204,12 +243,12 @@ protected:
 };
 
 class PictureBoxWidget : public ControlWidget {
-public:
+  public:
     PictureBoxWidget(FormWindow& window, Control& control) : ControlWidget(window, control) {
         setAttribute(Qt::WA_OpaquePaintEvent);
     }
 
-protected:
+  protected:
     void paintEvent(QPaintEvent* e) override {
         QPainter p(this);
         p.fillRect(e->rect(), toColor(control_.backColor()));
@@ -225,12 +264,12 @@ protected:
 };
 
 class PanelWidget : public ControlWidget {
-public:
+  public:
     PanelWidget(FormWindow& window, Control& control) : ControlWidget(window, control) {
         setAttribute(Qt::WA_OpaquePaintEvent);
     }
 
-protected:
+  protected:
     void paintEvent(QPaintEvent*) override {
         QPainter p(this);
         const int w = width(), h = height();
@@ -260,12 +299,12 @@ protected:
 };
 
 class GaugeWidget : public ControlWidget {
-public:
+  public:
     GaugeWidget(FormWindow& window, Control& control) : ControlWidget(window, control) {
         setAttribute(Qt::WA_OpaquePaintEvent);
     }
 
-protected:
+  protected:
     void paintEvent(QPaintEvent*) override {
         QPainter p(this);
         const auto& g = static_cast<const Gauge&>(control_);
@@ -337,12 +376,21 @@ void FormWindow::createViews() {
                 w = edit;
                 break;
             }
-            case ControlKind::Image: w = new ImageWidget(*this, *c); break;
-            case ControlKind::PictureBox: w = new PictureBoxWidget(*this, *c); break;
-            case ControlKind::Panel: w = new PanelWidget(*this, *c); break;
-            case ControlKind::Gauge: w = new GaugeWidget(*this, *c); break;
+            case ControlKind::Image:
+                w = new ImageWidget(*this, *c);
+                break;
+            case ControlKind::PictureBox:
+                w = new PictureBoxWidget(*this, *c);
+                break;
+            case ControlKind::Panel:
+                w = new PanelWidget(*this, *c);
+                break;
+            case ControlKind::Gauge:
+                w = new GaugeWidget(*this, *c);
+                break;
             case ControlKind::Timer:
-            case ControlKind::FileList: break;
+            case ControlKind::FileList:
+                break;
         }
         if (!w) continue;
         w->setObjectName(QString::fromStdString(c->name()));
@@ -364,7 +412,9 @@ void FormWindow::createViews() {
     for (auto& v : views_) apply(*v);
 }
 
-QPointF FormWindow::toLogical(QPointF windowPos) const { return (windowPos - origin_) / scale_; }
+QPointF FormWindow::toLogical(QPointF windowPos) const {
+    return (windowPos - origin_) / scale_;
+}
 
 QRect FormWindow::toWindow(int x, int y, int width, int height) const {
     auto edge = [](double v) { return static_cast<int>(std::lround(v)); };
@@ -456,9 +506,12 @@ void FormWindow::apply(View& v) {
             static_cast<ControlWidget*>(w)->setPicture(ui_.picture(c.picture()));
             w->update();
             break;
-        case ControlKind::Gauge: w->update(); break;
+        case ControlKind::Gauge:
+            w->update();
+            break;
         case ControlKind::Timer:
-        case ControlKind::FileList: break;
+        case ControlKind::FileList:
+            break;
     }
     w->setVisible(c.visible());
 }
@@ -468,8 +521,8 @@ void FormWindow::controlChanged(Control& control) {
     if (it != byControl_.end()) apply(*it->second);
 }
 
-void FormWindow::invalidate(const std::vector<CardDraw>& before,
-                            const std::vector<CardDraw>& after, QWidget* target, QPointF origin) {
+void FormWindow::invalidate(const std::vector<CardDraw>& before, const std::vector<CardDraw>& after,
+                            QWidget* target, QPointF origin) {
     // Drawings kept in the same order need no repaint; everything else (new drawings, removed
     // ones, and those that moved in front of others) is repainted where it lies.
     auto same = [](const CardDraw& a, const CardDraw& b) {
@@ -517,11 +570,15 @@ void FormWindow::applyWindowKind() {
         case Border::None:
             flags = Qt::FramelessWindowHint | (form_.caption().empty() ? Qt::Tool : framed);
             break;
-        case Border::Tool: flags = Qt::Tool; break;
-        case Border::Sizable: flags = framed; break;
+        case Border::Tool:
+            flags = Qt::Tool;
+            break;
+        case Border::Sizable:
+            flags = framed;
+            break;
         case Border::Fixed:
-            flags = framed | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
-                    Qt::WindowCloseButtonHint;
+            flags =
+                framed | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint;
             if (!parent) flags |= Qt::WindowMinimizeButtonHint;
             break;
     }
@@ -569,8 +626,9 @@ void FormWindow::place() {
     const QSize sz = size();
     QPoint pos;
     if (form_.left() >= 0 && form_.top() >= 0) {
-        pos = sc->geometry().topLeft() + QPoint(static_cast<int>(std::lround(form_.left() * scale_)),
-                                                static_cast<int>(std::lround(form_.top() * scale_)));
+        pos =
+            sc->geometry().topLeft() + QPoint(static_cast<int>(std::lround(form_.left() * scale_)),
+                                              static_cast<int>(std::lround(form_.top() * scale_)));
     } else if (ownerWindow_ && ownerWindow_->isVisible()) {
         pos = ownerWindow_->frameGeometry().center() - QPoint(sz.width() / 2, sz.height() / 2);
     } else {
@@ -658,7 +716,8 @@ void FormWindow::closeEvent(QCloseEvent* e) {
 bool FormWindow::eventFilter(QObject* watched, QEvent* event) {
     switch (event->type()) {
         case QEvent::ShortcutOverride:
-        case QEvent::KeyPress: return handleKey(watched, static_cast<QKeyEvent*>(event));
+        case QEvent::KeyPress:
+            return handleKey(watched, static_cast<QKeyEvent*>(event));
         case QEvent::KeyRelease:
             pendingKey_ = 0;
             return ending_ || !form_.enabled();
@@ -672,8 +731,10 @@ bool FormWindow::eventFilter(QObject* watched, QEvent* event) {
             if (it == byWidget_.end()) return false;
             return handleMouse(*it->second, static_cast<QMouseEvent*>(event));
         }
-        case QEvent::Wheel: return ending_ || !form_.enabled();
-        default: return false;
+        case QEvent::Wheel:
+            return ending_ || !form_.enabled();
+        default:
+            return false;
     }
 }
 
@@ -706,7 +767,8 @@ bool FormWindow::handleMouse(View& v, QMouseEvent* e) {
             if (click) c.fireClick();
             return !native;
         }
-        default: return false;
+        default:
+            return false;
     }
 }
 

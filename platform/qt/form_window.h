@@ -26,7 +26,7 @@ QString toQString(const std::string& text);
 QString toDisplayLines(const std::string& text);
 
 class FormWindow : public QWidget {
-public:
+  public:
     FormWindow(QtUi& ui, Form& form);
     ~FormWindow() override;
 
@@ -48,7 +48,7 @@ public:
     QWidget* widgetOf(const Control& control) const;
     QtUi& ui() const { return ui_; }
 
-protected:
+  protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
@@ -56,7 +56,7 @@ protected:
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
 
-private:
+  private:
     struct View;
     void createViews();
     void apply(View& view);
@@ -78,10 +78,10 @@ private:
     std::vector<CardDraw> shownDraws_;  // the form surface as last announced
     double scale_ = 1.0;
     QPointF origin_;
-    QSize logicalSize_;        // the form size the window was last sized for
-    QSize laidOut_;            // the window size the controls were last placed for
-    bool sized_ = false;       // a resizable window has had its first size
-    bool placed_ = false;      // positioned for the current load
+    QSize logicalSize_;    // the form size the window was last sized for
+    QSize laidOut_;        // the window size the controls were last placed for
+    bool sized_ = false;   // a resizable window has had its first size
+    bool placed_ = false;  // positioned for the current load
     int placedLeft_ = -1, placedTop_ = -1;
     bool ending_ = false;
     QWidget* ownerWindow_ = nullptr;

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QDialog>
 #include <QDialogButtonBox>
@@ -45,7 +46,20 @@ unsigned long long fileStamp(const std::string& path) {
     return (nanos * 1000003ULL + static_cast<unsigned long long>(st.st_size)) | 1;
 }
 
-QString fileName(const std::string& path) { return QFile::decodeName(path.c_str()); }
+QString fileName(const std::string& path) {
+    return QFile::decodeName(path.c_str());
+}
+
+// Standard dialogs use the application's font enlarged like the game's windows.
+void scaleFont(QWidget& w, double scale) {
+    if (scale <= 1.0) return;
+    QFont f = QApplication::font();
+    if (f.pointSizeF() > 0)
+        f.setPointSizeF(f.pointSizeF() * scale);
+    else
+        f.setPixelSize(static_cast<int>(std::lround(f.pixelSize() * scale)));
+    w.setFont(f);
+}
 
 }  // namespace
 
@@ -79,7 +93,9 @@ QtUi::~QtUi() {
     windows_.clear();
 }
 
-double QtUi::now() { return static_cast<double>(clock_.nsecsElapsed()) / 1e9; }
+double QtUi::now() {
+    return static_cast<double>(clock_.nsecsElapsed()) / 1e9;
+}
 
 void QtUi::doEvents() {
     QCoreApplication::processEvents(QEventLoop::AllEvents);
@@ -107,7 +123,13 @@ void QtUi::waitFor(const std::function<bool()>& done, double deadline) {
     wait(&done, deadline, true);
 }
 
-void QtUi::pauseUntil(double deadline) { wait(nullptr, deadline, false); }
+void QtUi::pauseUntil(double deadline) {
+    wait(nullptr, deadline, false);
+    // Input that arrived meanwhile is still queued by the window system's connection, which only
+    // looks at its queue again when woken: wake it so the input is handled now, not at the next
+    // unrelated event.
+    if (QAbstractEventDispatcher* d = QCoreApplication::eventDispatcher()) d->wakeUp();
+}
 
 void QtUi::post(std::function<void()> fn) {
     QMetaObject::invokeMethod(context_.get(), std::move(fn), Qt::QueuedConnection);
@@ -191,6 +213,7 @@ int QtUi::msgBox(const std::string& text, int flags, const std::string& title) {
     const bool yesNo = (flags & 7) == mb::kYesNo;
     QMessageBox box(dialogParent());
     box.setObjectName(QStringLiteral("MessageBox"));
+    scaleFont(box, referenceScale());
     box.setWindowTitle(toQString(title));
     box.setTextFormat(Qt::PlainText);
     box.setText(toDisplayLines(text));
@@ -206,10 +229,10 @@ int QtUi::msgBox(const std::string& text, int flags, const std::string& title) {
     return answer == QMessageBox::Yes ? mb::kAnswerYes : mb::kAnswerNo;
 }
 
-std::string QtUi::inputBox(const std::string& prompt, const std::string& title, int left,
-                           int top) {
+std::string QtUi::inputBox(const std::string& prompt, const std::string& title, int left, int top) {
     QDialog dialog(dialogParent());
     dialog.setObjectName(QStringLiteral("InputBox"));
+    scaleFont(dialog, referenceScale());
     dialog.setWindowTitle(toQString(title));
     auto* layout = new QVBoxLayout(&dialog);
     auto* label = new QLabel(toDisplayLines(prompt), &dialog);
@@ -223,22 +246,26 @@ std::string QtUi::inputBox(const std::string& prompt, const std::string& title, 
     layout->addWidget(label);
     layout->addWidget(edit);
     layout->addWidget(buttons);
-    dialog.setMinimumWidth(360);
+    dialog.setMinimumWidth(static_cast<int>(360 * std::max(1.0, referenceScale())));
     if (left > 0 && top > 0) {
         // The position is given in twips (15 to a pixel) from the screen's top-left corner.
         dialog.adjustSize();
         const QScreen* sc = QGuiApplication::primaryScreen();
         const QRect avail = sc ? sc->availableGeometry() : QRect(0, 0, 800, 600);
         QPoint at = (sc ? sc->geometry().topLeft() : QPoint()) + QPoint(left / 15, top / 15);
-        at.setX(std::clamp(at.x(), avail.left(), std::max(avail.left(), avail.right() + 1 - dialog.width())));
-        at.setY(std::clamp(at.y(), avail.top(), std::max(avail.top(), avail.bottom() + 1 - dialog.height())));
+        at.setX(std::clamp(at.x(), avail.left(),
+                           std::max(avail.left(), avail.right() + 1 - dialog.width())));
+        at.setY(std::clamp(at.y(), avail.top(),
+                           std::max(avail.top(), avail.bottom() + 1 - dialog.height())));
         dialog.move(at);
     }
     if (dialog.exec() != QDialog::Accepted) return {};
     return edit->text().toStdString();
 }
 
-void QtUi::beep() { QApplication::beep(); }
+void QtUi::beep() {
+    QApplication::beep();
+}
 
 QPixmap QtUi::picture(const std::string& path) {
     if (path.empty()) return {};
@@ -302,13 +329,14 @@ void QtUi::openHelp(const std::string& file, int command, int) {
     if (!help_) {
         auto* dialog = new QDialog(nullptr, Qt::Window);
         dialog->setObjectName(QStringLiteral("HelpWindow"));
+        scaleFont(*dialog, referenceScale());
         auto* layout = new QVBoxLayout(dialog);
         layout->setContentsMargins(0, 0, 0, 0);
         auto* browser = new QTextBrowser(dialog);
         browser->setObjectName(QStringLiteral("HelpText"));
         browser->setOpenExternalLinks(true);
         layout->addWidget(browser);
-        dialog->resize(600, 480);
+        dialog->resize((QSizeF(600, 480) * std::max(1.0, referenceScale())).toSize());
         help_.reset(dialog);
     }
     auto* browser = help_->findChild<QTextBrowser*>(QStringLiteral("HelpText"));
@@ -343,6 +371,9 @@ void QtUi::endProgram() {
     if (help_) help_->hide();
     for (auto& [form, w] : windows_) w->hideForEnd();
     QCoreApplication::exit(0);
+    // Also when the main event loop has not started yet: it then ends as soon as it runs.
+    QMetaObject::invokeMethod(
+        QCoreApplication::instance(), [] { QCoreApplication::exit(0); }, Qt::QueuedConnection);
 }
 
 }  // namespace bm::qt

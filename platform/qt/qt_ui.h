@@ -24,7 +24,7 @@ class FormWindow;
 class SoundPlayer;
 
 class QtUi : public Ui {
-public:
+  public:
     QtUi();
     ~QtUi() override;
     QtUi(const QtUi&) = delete;
@@ -66,7 +66,7 @@ public:
     QPixmap picture(const std::string& path);
     bool ending() const { return ending_; }
 
-private:
+  private:
     struct PictureCache;
     void wait(const std::function<bool()>* done, double deadline, bool userInput);
     QWidget* dialogParent();

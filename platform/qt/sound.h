@@ -10,7 +10,7 @@ class QSoundEffect;
 namespace bm::qt {
 
 class SoundPlayer {
-public:
+  public:
     SoundPlayer();
     ~SoundPlayer();
     SoundPlayer(const SoundPlayer&) = delete;
@@ -22,7 +22,7 @@ public:
     double play(const std::string& path);
     void stopAll();
 
-private:
+  private:
     struct Entry {
         std::unique_ptr<QSoundEffect> effect;
         unsigned long long stamp = 0;  // the file's state when its length was read
