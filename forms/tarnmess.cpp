@@ -10,7 +10,7 @@ namespace bm {
 
 namespace {
 constexpr int kWidth = 393;
-constexpr int kHeight = 440;
+constexpr int kHeight = 364;  // the pictures of the images folder are at most 300 high
 // The picture area: 8 pixels from the left, 377 wide, below the message.
 constexpr int kPictureLeft = 8;
 constexpr int kPictureWidth = 377;

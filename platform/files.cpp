@@ -96,9 +96,11 @@ std::string readFileBytes(const std::string& path, size_t maxBytes) {
     std::ifstream in(path, std::ios::binary);
     if (!in) return {};
     std::string data;
-    data.resize(maxBytes);
-    in.read(data.data(), static_cast<std::streamsize>(maxBytes));
-    data.resize(static_cast<size_t>(in.gcount()));
+    char buffer[16384];
+    while (data.size() < maxBytes && in) {
+        in.read(buffer, static_cast<std::streamsize>(std::min(sizeof buffer, maxBytes - data.size())));
+        data.append(buffer, static_cast<size_t>(in.gcount()));
+    }
     return data;
 }
 

@@ -33,11 +33,14 @@ void Runtime::dispatch(const std::function<void()>& handler) {
     --depth_;
 }
 
+void Runtime::quit() {
+    if (ended_) return;
+    ended_ = true;
+    ui_.endProgram();
+}
+
 void Runtime::end() {
-    if (!ended_) {
-        ended_ = true;
-        ui_.endProgram();
-    }
+    quit();
     throw ProgramEnded{};
 }
 

@@ -33,6 +33,8 @@ public:
     void dispatch(const std::function<void()>& handler);
     // Ends the program at once: every window closes and whatever runs is unwound.
     [[noreturn]] void end();
+    // Ends the program without unwinding the caller: whatever waits is unwound when it wakes.
+    void quit();
     bool ended() const { return ended_; }
     // The number of the run-time error that ended the program, 0 when none did.
     int fatalError() const { return fatalError_; }

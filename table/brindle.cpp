@@ -115,8 +115,9 @@ void Brindle::design() {
     cmdtakescore.move(648, 432, 104, 96);
     cmdtakescore.setCaption("Take Score");
     cmdtakescore.setFont({10, true, false, false});
-    Pictakescore.move(676, 440, 48, 40);
+    Pictakescore.move(676, 440, 48, 30);
     Pictakescore.setBackColor(0xD8D0B8);
+    Pictakescore.setPicture(runtime().programFolder() + "/takescore.bmp");
     Pictakescore.setAccessibleName("Take score picture");
 
     for (int k = 0; k < 5; ++k) {
@@ -234,7 +235,7 @@ void Brindle::Form_Unload() {
     g_.menu.intMenuReturn = 1;
     g_.score.ScreenReady = 2;
     // Without a start menu to go back to, closing the table ends the program.
-    runtime().ui().endProgram();
+    runtime().quit();
 }
 
 void Brindle::Form_KeyDown(int& keyCode, int shift) { swallowMenuKeys(keyCode, shift); }

@@ -60,13 +60,14 @@ struct Layer {
     QColor colour;
     Ink ink = Ink::Fixed;
     double penWidth = 0;
+    double minDeviceWidth = 0;  // pens never thinner than this many device pixels
     Qt::PenCapStyle cap = Qt::RoundCap;
 };
 using Layers = std::vector<Layer>;
 
 // Collects the layers of one card in painting order.
 class Art {
-public:
+  public:
     void fill(QPainterPath path, QRgb colour) { fill(std::move(path), QColor(colour), Ink::Fixed); }
     void fill(QPainterPath path, Ink ink) { fill(std::move(path), QColor(), ink); }
     void fillRect(const QRectF& rect, QRgb colour) {
@@ -80,15 +81,19 @@ public:
                 Qt::PenCapStyle cap = Qt::RoundCap) {
         stroke(path, width, QColor(colour), Ink::Fixed, cap);
     }
-    void stroke(const QPainterPath& path, double width, Ink ink) {
+    // Fine lines of the back's pattern, kept at least one device pixel wide so they stay clear
+    // at small scales.
+    void hairline(const QPainterPath& path, double width, Ink ink) {
         stroke(path, width, QColor(), ink, Qt::FlatCap);
+        layers_.back().minDeviceWidth = 1;
     }
-    void lines(std::vector<QLineF> lines, double width, Ink ink) {
+    void hairlines(std::vector<QLineF> lines, double width, Ink ink) {
         Layer l;
         l.kind = Layer::Lines;
         l.lines = std::move(lines);
         l.ink = ink;
         l.penWidth = width;
+        l.minDeviceWidth = 1;
         l.cap = Qt::FlatCap;
         layers_.push_back(std::move(l));
     }
@@ -110,13 +115,13 @@ public:
     }
     Layers take() { return std::move(layers_); }
 
-private:
+  private:
     void fill(QPainterPath path, QColor colour, Ink ink) {
         // Glyphs and shapes made of overlapping parts are meant as the union of their parts.
         path.setFillRule(Qt::WindingFill);
-        // A shape beside the one just added, in the same colour and on about the same rows (two
-        // pips of a row, a rank over its pip) joins it: one fill instead of two for about the
-        // same rows. They must not overlap, or the winding fill could cut holes.
+        // A shape next to the one just added, in the same colour and on about the same rows (two
+        // pips of a row, a rank over its pip), joins it and saves a fill. They must not overlap,
+        // or the winding fill could cut holes.
         if (!layers_.empty()) {
             Layer& last = layers_.back();
             const QRectF a = last.path.boundingRect(), b = path.boundingRect();
@@ -258,7 +263,9 @@ QPainterPath pip(int suit, double cx, double cy, double size, bool flipped = fal
     return QTransform(s, 0, 0, s, cx, cy).map(pipShape(suit));
 }
 
-QRgb suitColour(int suit) { return suit == kDiamonds || suit == kHearts ? kRed : kBlack; }
+QRgb suitColour(int suit) {
+    return suit == kDiamonds || suit == kHearts ? kRed : kBlack;
+}
 
 // ---- Rank glyphs: font outlines taken once, scaled so the cap height is one unit, horizontally
 // centred on x = 0 with the top of the capitals at y = 0. ----
@@ -317,10 +324,10 @@ QPainterPath rankGlyph(int rank, double cx, double top, double height, double ma
 
 // ---- Faces ----
 
-constexpr double kIndexX = 7.6;     // centre of the corner index column
-constexpr double kIndexTop = 4.5;   // top of the rank in the index
-constexpr double kIndexCap = 9.0;   // cap height of the rank in the index
-constexpr double kIndexPip = 7.4;   // width of the pip in the index
+constexpr double kIndexX = 7.6;    // centre of the corner index column
+constexpr double kIndexTop = 4.5;  // top of the rank in the index
+constexpr double kIndexCap = 9.0;  // cap height of the rank in the index
+constexpr double kIndexPip = 7.4;  // width of the pip in the index
 constexpr double kIndexWidth = 10.5;
 
 // The white card with its thin border. Built from rectangles plus the four corners, a pair of
@@ -392,25 +399,45 @@ std::vector<Spot> spots(int count) {
         }
     };
     switch (count) {
-        case 2: s = {{0, 0}, {0, 1}}; break;
-        case 3: s = {{0, 0}, {0, 0.5}, {0, 1}}; break;
-        case 4: sides({0, 1}); break;
-        case 5: sides({0, 1}); break;
+        case 2:
+            s = {{0, 0}, {0, 1}};
+            break;
+        case 3:
+            s = {{0, 0}, {0, 0.5}, {0, 1}};
+            break;
+        case 4:
+        case 5:
+            sides({0, 1});
+            break;
         case 6:
         case 7:
-        case 8: sides({0, 0.5, 1}); break;
+        case 8:
+            sides({0, 0.5, 1});
+            break;
         case 9:
-        case 10: sides({0, third, 2 * third, 1}); break;
-        default: break;
+        case 10:
+            sides({0, third, 2 * third, 1});
+            break;
+        default:
+            break;
     }
     // The centre column of the larger cards.
     switch (count) {
         case 5:
-        case 9: s.push_back({0, 0.5}); break;
-        case 7: s.push_back({0, 0.25}); break;
-        case 8: s.insert(s.end(), {{0, 0.25}, {0, 0.75}}); break;
-        case 10: s.insert(s.end(), {{0, third / 2}, {0, 1 - third / 2}}); break;
-        default: break;
+        case 9:
+            s.push_back({0, 0.5});
+            break;
+        case 7:
+            s.push_back({0, 0.25});
+            break;
+        case 8:
+            s.insert(s.end(), {{0, 0.25}, {0, 0.75}});
+            break;
+        case 10:
+            s.insert(s.end(), {{0, third / 2}, {0, 1 - third / 2}});
+            break;
+        default:
+            break;
     }
     return s;
 }
@@ -575,8 +602,9 @@ Layers bust(int rank, int suit) {
         pearls.addPath(ellipse(cx + 3.9, 7.9, 0.85, 0.85));
         art.outlined(pearls, kWhite, 0.4);
         art.fill(ellipse(cx, 12.1, 1.0, 1.0), suitInk);
-        art.fill(ribbon({cx - 4.4, 28.9}, {cx - 2.5, 32.2}, {cx + 2.5, 32.2}, {cx + 4.4, 28.9}, 1.0),
-                 kGold);
+        art.fill(
+            ribbon({cx - 4.4, 28.9}, {cx - 2.5, 32.2}, {cx + 2.5, 32.2}, {cx + 4.4, 28.9}, 1.0),
+            kGold);
         // A flower held up beside her.
         const double fx = cx + 10.4, fy = 31.2;
         QPainterPath stalk;
@@ -607,8 +635,9 @@ Layers bust(int rank, int suit) {
         cap.cubicTo(cx + 3, 13.3, cx - 3, 13.8, cx - 6.6, 15);
         cap.closeSubpath();
         art.outlined(cap, suitInk, 0.5, suitInk == kBlack ? kBlack : kInk);
-        art.fill(ribbon({cx - 6.5, 14.5}, {cx - 2.5, 13.2}, {cx + 2.8, 12.8}, {cx + 6.9, 13.5}, 1.3),
-                 kGold);
+        art.fill(
+            ribbon({cx - 6.5, 14.5}, {cx - 2.5, 13.2}, {cx + 2.8, 12.8}, {cx + 6.9, 13.5}, 1.3),
+            kGold);
         // Collar and buttons of the doublet.
         art.fill(polygon({{cx - 6, 28.6},
                           {cx, 32.4},
@@ -641,15 +670,15 @@ Layers courtFace(int rank, int suit) {
     addBlank(art);
     addIndices(art, rank, suit);
     // Frame: suit colour outside, a gold line inside.
-    art.fill(rect(kPanelX, kPanelY, kPanelW, kPanelH), suitInk);
-    art.fill(rect(kPanelX + 1, kPanelY + 1, kPanelW - 2, kPanelH - 2), kPanel);
+    art.fillRect(QRectF(kPanelX, kPanelY, kPanelW, kPanelH), suitInk);
+    art.fillRect(QRectF(kPanelX + 1, kPanelY + 1, kPanelW - 2, kPanelH - 2), kPanel);
     const Layers half = bust(rank, suit);
     art.add(half, QTransform::fromTranslate(kPanelX, kPanelY));
     art.add(half, QTransform(-1, 0, 0, -1, kPanelX + kPanelW, kPanelY + kPanelH));
     art.stroke(rect(kPanelX + 1.9, kPanelY + 1.9, kPanelW - 3.8, kPanelH - 3.8), 0.5, kGold,
                Qt::SquareCap);
     // The two busts meet on a gold seam.
-    art.fill(rect(kPanelX + 1, kPanelY + kHalfH - 0.5, kPanelW - 2, 1.0), kGold);
+    art.fillRect(QRectF(kPanelX + 1, kPanelY + kHalfH - 0.5, kPanelW - 2, 1.0), kGold);
     return art.take();
 }
 
@@ -685,8 +714,10 @@ bool clipLine(QPointF a, QPointF b, const QRectF& r, QLineF& out) {
             continue;
         }
         const double t = q[i] / p[i];
-        if (p[i] < 0) t0 = std::max(t0, t);
-        else t1 = std::min(t1, t);
+        if (p[i] < 0)
+            t0 = std::max(t0, t);
+        else
+            t1 = std::min(t1, t);
     }
     if (t0 >= t1) return false;
     out = QLineF(a.x() + t0 * dx, a.y() + t0 * dy, a.x() + t1 * dx, a.y() + t1 * dy);
@@ -716,7 +747,7 @@ Layers makeBack() {
             if (clipLine(base - run, base + run, lattice, seg)) lines.push_back(seg);
         }
     }
-    art.lines(std::move(lines), 0.5, Ink::Pattern);
+    art.hairlines(std::move(lines), 0.5, Ink::Pattern);
 
     // A light dot in the middle of every whole cell; cells sit on two interleaved grids.
     for (int j = -16; j <= 16; ++j) {
@@ -736,14 +767,14 @@ Layers makeBack() {
     // Frame line inside the field.
     QPainterPath frame;
     frame.addRoundedRect(field.adjusted(1.6, 1.6, -1.6, -1.6), 2, 2);
-    art.stroke(frame, 0.5, Ink::Pattern);
+    art.hairline(frame, 0.5, Ink::Pattern);
 
     // Medallion: an oval of the background colour with a white halo and a double rim, holding
     // an eight-petal rosette.
     art.fill(ellipse(cx, cy, rx + 1.4, ry + 1.4), kWhite);
     art.fill(ellipse(cx, cy, rx + 0.6, ry + 0.6), Ink::Pattern);
     art.fill(ellipse(cx, cy, rx - 0.6, ry - 0.6), Ink::Background);
-    art.stroke(ellipse(cx, cy, rx - 2.2, ry - 2.2), 0.5, Ink::Pattern);
+    art.hairline(ellipse(cx, cy, rx - 2.2, ry - 2.2), 0.5, Ink::Pattern);
     QPainterPath petal;
     petal.moveTo(0, -2);
     petal.cubicTo(2.8, -5, 2.6, -10, 0, -12.5);
@@ -758,8 +789,8 @@ Layers makeBack() {
         petals.addPath(t.map(petal));
     }
     art.fill(petals, Ink::Pattern);
-    art.outlined(ellipse(cx, cy, 2.3, 2.3), kWhite, 0.5, kWhite);
-    art.stroke(ellipse(cx, cy, 2.3, 2.3), 0.5, Ink::Pattern);
+    art.fill(ellipse(cx, cy, 2.3, 2.3), kWhite);
+    art.hairline(ellipse(cx, cy, 2.3, 2.3), 0.5, Ink::Pattern);
     return art.take();
 }
 
@@ -777,7 +808,8 @@ QColor patternColour(const QColor& background) {
         return QColor::fromHsv(hue, std::min(255, hsv.hsvSaturation() + 20),
                                hsv.value() * 45 / 100);
     }
-    return QColor::fromHsv(hue, hsv.hsvSaturation() * 6 / 10, hsv.value() + (255 - hsv.value()) * 6 / 10);
+    return QColor::fromHsv(hue, hsv.hsvSaturation() * 6 / 10,
+                           hsv.value() + (255 - hsv.value()) * 6 / 10);
 }
 
 // Paints `layers` mapped through `m`, which must take card coordinates to the painter's current
@@ -785,16 +817,24 @@ QColor patternColour(const QColor& background) {
 void paintLayers(QPainter& p, const Layers& layers, const QTransform& m,
                  const QColor& background = QColor(), const QColor& pattern = QColor()) {
     const double penScale = std::sqrt(std::abs(m.determinant()));
+    // Device pixels per unit of the painter's current coordinates, for the hairlines' minimum.
+    const double devicePixels = std::sqrt(std::abs(p.deviceTransform().determinant()));
     for (const Layer& l : layers) {
         const QColor& colour = l.ink == Ink::Fixed        ? l.colour
                                : l.ink == Ink::Background ? background
                                                           : pattern;
         switch (l.kind) {
-            case Layer::Fill: p.fillPath(m.map(l.path), colour); break;
-            case Layer::Rect: p.fillRect(m.mapRect(l.rect), colour); break;
+            case Layer::Fill:
+                p.fillPath(m.map(l.path), colour);
+                break;
+            case Layer::Rect:
+                p.fillRect(m.mapRect(l.rect), colour);
+                break;
             case Layer::Stroke:
             case Layer::Lines: {
-                p.setPen(QPen(colour, l.penWidth * penScale, Qt::SolidLine, l.cap, Qt::RoundJoin));
+                const double width =
+                    std::max(l.penWidth * penScale, l.minDeviceWidth / devicePixels);
+                p.setPen(QPen(colour, width, Qt::SolidLine, l.cap, Qt::RoundJoin));
                 if (l.kind == Layer::Stroke) {
                     p.drawPath(m.map(l.path));
                 } else {
@@ -839,7 +879,7 @@ void paintCard(QPainter& p, double x, double y, int code, int mode, const QColor
     // Small curved shapes rasterise about twice as fast when their coordinates are already in
     // device pixels, so unless the painter rotates or shears, map the shapes here and paint with
     // the painter's transformation undone.
-    const QTransform& device = p.deviceTransform();  // world, view and device pixel ratio
+    const QTransform device = p.deviceTransform();  // world, view and device pixel ratio
     const QTransform toDevice = QTransform::fromTranslate(x, y) * device;
     QTransform m;
     if (device.type() <= QTransform::TxScale && device.isInvertible()) {
@@ -849,8 +889,10 @@ void paintCard(QPainter& p, double x, double y, int code, int mode, const QColor
     } else {
         m = QTransform::fromTranslate(x, y);
     }
-    if (mode == 0) paintLayers(p, layers, m);
-    else paintLayers(p, layers, m, colour, patternColour(colour));
+    if (mode == 0)
+        paintLayers(p, layers, m);
+    else
+        paintLayers(p, layers, m, colour, patternColour(colour));
     p.restore();
 }
 
@@ -862,12 +904,14 @@ const QPixmap& cardPixmap(int code, int mode, const QColor& colour, double devic
         if (code < 0 || code >= 52) code = 52;
     } else if (mode == 1 || mode == 8) {
         code = 0;
-    } else {
-        mode = 255, code = 0, rgba = 0;
+    } else {  // draws nothing
+        mode = 255;
+        code = 0;
+        rgba = 0;
     }
     if (!(deviceScale > 0)) deviceScale = 1;
-    const auto scale64 = static_cast<std::uint64_t>(
-        std::clamp<long>(std::lround(deviceScale * 64), 1, 64 * 64));
+    const auto scale64 =
+        static_cast<std::uint64_t>(std::clamp<long>(std::lround(deviceScale * 64), 1, 64 * 64));
     const std::uint64_t key = static_cast<std::uint64_t>(code) << 56 |
                               static_cast<std::uint64_t>(mode & 0xFF) << 48 | scale64 << 32 | rgba;
 
@@ -876,7 +920,8 @@ const QPixmap& cardPixmap(int code, int mode, const QColor& colour, double devic
     if (c.size() >= kCacheLimit) c.clear();
 
     const double scale = static_cast<double>(scale64) / 64;
-    QPixmap pm(static_cast<int>(std::lround(kW * scale)), static_cast<int>(std::lround(kH * scale)));
+    QPixmap pm(static_cast<int>(std::lround(kW * scale)),
+               static_cast<int>(std::lround(kH * scale)));
     pm.setDevicePixelRatio(scale);
     pm.fill(Qt::transparent);
     {
@@ -886,8 +931,12 @@ const QPixmap& cardPixmap(int code, int mode, const QColor& colour, double devic
     return c.emplace(key, std::move(pm)).first->second;
 }
 
-void clearCardPixmapCache() { cache().clear(); }
+void clearCardPixmapCache() {
+    cache().clear();
+}
 
-int cardPixmapCacheSize() { return static_cast<int>(cache().size()); }
+int cardPixmapCacheSize() {
+    return static_cast<int>(cache().size());
+}
 
 }  // namespace bm::qt

@@ -3,6 +3,7 @@
 class QPainter;
 class QPixmap;
 namespace bm::qt {
+// clang-format off
 constexpr int kCardWidth = 71;   // logical pixels
 constexpr int kCardHeight = 96;
 // Paints one card with its top-left at (x, y) in the painter's current (logical) coordinates, 71 x 96.
@@ -12,18 +13,21 @@ constexpr int kCardHeight = 96;
 //         design), `colour` is the back's background colour (the game passes light cyan, #00FFFF).
 // mode 8: erase: fills the card's rectangle with `colour` (square corners, covers a card completely).
 // Codes outside 0..51 in mode 0 draw a blank white card (the caller validates codes).
-// Any other mode draws nothing.
-// All shapes are built on first use (this needs a QGuiApplication for the font outlines) and are
-// shared afterwards; call from the GUI thread only.
 void paintCard(QPainter& p, double x, double y, int code, int mode, const QColor& colour);
 // The same card rendered into a cached pixmap of (71 * deviceScale) x (96 * deviceScale) device pixels
 // with devicePixelRatio = deviceScale, so drawing it at logical size 71x96 through a painter scaled by
 // `deviceScale / dpr` is pixel-exact. The cache is keyed by (code, mode, colour, deviceScale rounded to 1/64)
 // and bounded (e.g. drop everything when it holds more than ~300 pixmaps).
-// Arguments that cannot change the picture are left out of the key (the colour of a face, the code of
-// a back or an erase). The returned reference stays valid until the next call of cardPixmap or
-// clearCardPixmapCache.
 const QPixmap& cardPixmap(int code, int mode, const QColor& colour, double deviceScale);
+// clang-format on
+
+// More about the two above:
+// - Any other mode draws nothing.
+// - The shapes are built on first use (the rank outlines need a QGuiApplication) and shared
+//   afterwards; call from the GUI thread only.
+// - cardPixmap leaves out of the key what cannot change the picture (a face's colour, the code of
+//   a back or an erase). Its reference stays valid until the next call of cardPixmap or
+//   clearCardPixmapCache.
 
 // Drops every cached pixmap (e.g. when the screen's scale changes for good).
 void clearCardPixmapCache();

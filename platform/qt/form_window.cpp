@@ -22,13 +22,13 @@
 
 namespace bm::qt {
 
+// The game keeps its texts in a single-byte code page, Latin-1, one byte a character, as its
+// fixed-length files store them.
 QString toQString(const std::string& text) {
-    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString out = utf8(QByteArrayView(text.data(), static_cast<qsizetype>(text.size())));
-    if (utf8.hasError())
-        return QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size()));
-    return out;
+    return QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size()));
 }
+
+std::string fromQString(const QString& text) { return text.toLatin1().toStdString(); }
 
 QString toDisplayLines(const std::string& text) {
     QString s = toQString(text);
@@ -371,7 +371,7 @@ void FormWindow::createViews() {
             case ControlKind::TextBox: {
                 auto* edit = new QLineEdit(this);
                 connect(edit, &QLineEdit::textEdited, this, [c](const QString& text) {
-                    static_cast<TextBox*>(c)->userEdit(text.toStdString());
+                    static_cast<TextBox*>(c)->userEdit(fromQString(text));
                 });
                 w = edit;
                 break;
@@ -626,9 +626,11 @@ void FormWindow::place() {
     const QSize sz = size();
     QPoint pos;
     if (form_.left() >= 0 && form_.top() >= 0) {
-        pos =
-            sc->geometry().topLeft() + QPoint(static_cast<int>(std::lround(form_.left() * scale_)),
-                                              static_cast<int>(std::lround(form_.top() * scale_)));
+        // The game places forms in screen pixels for their logical size; the scaled window keeps
+        // the centre the game chose.
+        const QPointF centre(form_.left() + form_.width() / 2.0,
+                             form_.top() + form_.height() / 2.0);
+        pos = sc->geometry().topLeft() + (centre - QPointF(sz.width(), sz.height()) / 2).toPoint();
     } else if (ownerWindow_ && ownerWindow_->isVisible()) {
         pos = ownerWindow_->frameGeometry().center() - QPoint(sz.width() / 2, sz.height() / 2);
     } else {

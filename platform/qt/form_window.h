@@ -20,8 +20,9 @@ namespace bm::qt {
 
 class QtUi;
 
-// Game text to Qt text: UTF-8, or Latin-1 when the bytes are not valid UTF-8.
+// Game text to and from Qt text: the game keeps one byte a character, Latin-1.
 QString toQString(const std::string& text);
+std::string fromQString(const QString& text);
 // The game joins lines with a carriage return alone; Qt wants line feeds.
 QString toDisplayLines(const std::string& text);
 

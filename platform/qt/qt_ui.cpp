@@ -260,7 +260,7 @@ std::string QtUi::inputBox(const std::string& prompt, const std::string& title, 
         dialog.move(at);
     }
     if (dialog.exec() != QDialog::Accepted) return {};
-    return edit->text().toStdString();
+    return fromQString(edit->text());
 }
 
 void QtUi::beep() {

@@ -26,16 +26,19 @@ QByteArray encodeGif(const IndexedImage& image);
 // The castle bitmaps shown on the table (121 x 84): one still being built, one finished.
 QImage paintCastleSite();
 QImage paintCastleBuilt();
+// The icon on the button that ends the round and banks the score (48 x 30).
+QImage paintTakeScoreIcon();
 
-// Background pictures.
-QImage paintDuskMountains(int width, int height);
-QImage paintLakeCastle(int width, int height);
-QImage paintRollingHills(int width, int height);
-QImage paintMoor(int width, int height);
-QImage paintLighthouse(int width, int height);
-QImage paintStarryVillage(int width, int height);
-QImage paintAutumnForest(int width, int height);
-QImage paintWindmill(int width, int height);
-QImage paintHarbourNight(int width, int height);
+// Background pictures, `width` x `height` pixels. Each scene is laid out in drawing units of
+// `scale` pixels, so the same scene can be painted smaller without losing its proportions.
+QImage paintDuskMountains(int width, int height, double scale);
+QImage paintLakeCastle(int width, int height, double scale);
+QImage paintRollingHills(int width, int height, double scale);
+QImage paintMoor(int width, int height, double scale);
+QImage paintLighthouse(int width, int height, double scale);
+QImage paintStarryVillage(int width, int height, double scale);
+QImage paintAutumnForest(int width, int height, double scale);
+QImage paintWindmill(int width, int height, double scale);
+QImage paintHarbourNight(int width, int height, double scale);
 
 }  // namespace bm::assets

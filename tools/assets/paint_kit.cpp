@@ -8,12 +8,16 @@
 
 namespace bm::assets {
 
-Canvas::Canvas(int width, int height)
-    : image(width, height, QImage::Format_RGB32), w(width), h(height) {
+Canvas::Canvas(int width, int height, double scale)
+    : image(width, height, QImage::Format_RGB32),
+      scale(scale),
+      w(width / scale),
+      h(height / scale) {
     image.fill(Qt::black);
     p.begin(&image);
     p.setRenderHint(QPainter::Antialiasing);
     p.setRenderHint(QPainter::SmoothPixmapTransform);
+    p.scale(scale, scale);
 }
 
 QColor mix(QColor a, QColor b, double t) {
@@ -45,6 +49,9 @@ void glow(QPainter& p, QPointF centre, double core, double halo, QColor colour, 
 }
 
 void stars(QPainter& p, const QRectF& area, int count, Rng& rng) {
+    // On a reduced canvas the stars shrink only with the root of the scale, so the faint ones
+    // do not vanish into the sky.
+    const double grow = 1 / std::sqrt(std::clamp(p.transform().m11(), 0.25, 1.0));
     p.setPen(Qt::NoPen);
     for (int i = 0; i < count; ++i) {
         const QPointF at(rng.uniform(area.left(), area.right()),
@@ -52,8 +59,8 @@ void stars(QPainter& p, const QRectF& area, int count, Rng& rng) {
         const double size = rng.uniform(0.4, 1.0) * rng.uniform(0.6, 1.6);
         const double bright = std::clamp(1.0 - (at.y() - area.top()) / area.height(), 0.25, 1.0);
         p.setBrush(QColor::fromRgbF(1, 1, float(rng.uniform(0.8, 1)), float(bright)));
-        p.drawEllipse(at, size, size);
-        if (size > 1.2) glow(p, at, size, size * 4, QColor(255, 255, 240, 90), 0.5);
+        p.drawEllipse(at, size * grow, size * grow);
+        if (size > 1.2) glow(p, at, size * grow, size * grow * 4, QColor(255, 255, 240, 90), 0.5);
     }
 }
 
@@ -153,27 +160,38 @@ void fillLayer(QPainter& p, const QPainterPath& path, QColor top, QColor bottom)
 }
 
 void reflect(Canvas& c, double horizon, QColor tint, double tintAlpha, Rng& rng) {
-    const int top = int(horizon);
-    const int depth = int(c.h) - top;
-    const QImage above = c.image.copy(0, std::max(0, top - depth), int(c.w), std::min(top, depth));
+    // The mirror is built from whole pixel rows, so this part works in pixels.
+    const double s = c.scale;
+    const int width = c.image.width();
+    const int top = int(horizon * s);
+    const int depth = c.image.height() - top;
+    const QImage above = c.image.copy(0, std::max(0, top - depth), width, std::min(top, depth));
     const QImage mirrored = above.mirrored(false, true);
     // Ripples: each row is taken from a slightly shifted position in the mirror, over an
     // unshifted copy so that the picture edges stay covered.
+    c.p.save();
+    c.p.resetTransform();
     c.p.drawImage(QPointF(0, top), mirrored);
     for (int y = 0; y < depth && y < mirrored.height(); ++y) {
+        const double u = y / s;  // depth below the horizon in drawing units
         const double shift =
-            std::sin(y * 0.35 + rng.uniform(0, 0.3)) * std::min(1.6, 0.3 + y * 0.02);
-        c.p.drawImage(QPointF(shift, top + y), mirrored, QRectF(0, y, c.w, 1));
+            std::sin(u * 0.35 + rng.uniform(0, 0.3)) * std::min(1.6, 0.3 + u * 0.02) * s;
+        c.p.drawImage(QPointF(shift, top + y), mirrored, QRectF(0, y, width, 1));
     }
+    c.p.restore();
     QColor t = tint;
     t.setAlphaF(float(tintAlpha));
     QColor deep = tint;
     deep.setAlphaF(float(std::min(1.0, tintAlpha + 0.3)));
-    fillGradient(c.p, QRectF(0, top, c.w, depth), {{0, t}, {1, deep}});
-    c.p.setPen(QPen(QColor(255, 255, 255, 40), 1));
-    for (int i = 0; i < depth / 3; ++i) {
-        const double y = top + 2 + std::pow(rng.uniform(0, 1), 1.4) * (depth - 2);
-        const double len = 4 + (y - top) * rng.uniform(0.05, 0.25);
+    const double waterTop = top / s, waterDepth = depth / s;
+    fillGradient(c.p, QRectF(0, waterTop, c.w, waterDepth), {{0, t}, {1, deep}});
+    // Glints stay one pixel thick whatever the scale.
+    QPen glint(QColor(255, 255, 255, 40), 1);
+    glint.setCosmetic(true);
+    c.p.setPen(glint);
+    for (int i = 0; i < int(waterDepth) / 3; ++i) {
+        const double y = waterTop + 2 + std::pow(rng.uniform(0, 1), 1.4) * (waterDepth - 2);
+        const double len = 4 + (y - waterTop) * rng.uniform(0.05, 0.25);
         const double x = rng.uniform(0, c.w);
         c.p.drawLine(QPointF(x, y), QPointF(x + len, y));
     }

@@ -28,11 +28,14 @@ class Rng {
 
 using Stops = std::initializer_list<std::pair<double, QColor>>;
 
-// A blank picture with an antialiasing painter attached.
+// A blank picture with an antialiasing painter attached. The painter draws in units of
+// `scale` pixels, so a scene laid out in units keeps its proportions and detail at any size;
+// w and h are the picture's size in those units.
 struct Canvas {
-    Canvas(int width, int height);
+    Canvas(int width, int height, double scale = 1);
     QImage image;
     QPainter p;
+    double scale;
     double w, h;
 };
 
@@ -40,6 +43,7 @@ struct Canvas {
 void fillGradient(QPainter& p, const QRectF& area, Stops stops);
 // A soft round light (sun, moon, lamp): solid core fading into a halo.
 void glow(QPainter& p, QPointF centre, double core, double halo, QColor colour, double strength);
+// On a reduced canvas the stars shrink less than the rest of the scene, so they stay visible.
 void stars(QPainter& p, const QRectF& area, int count, Rng& rng);
 // A fair-weather cloud whose flat underside lies at `base`.
 void cloud(QPainter& p, QPointF base, double width, QColor colour, Rng& rng);

@@ -131,8 +131,69 @@ QImage paintCastleBuilt() {
     return c.image;
 }
 
-QImage paintDuskMountains(int width, int height) {
-    Canvas c(width, height);
+QImage paintTakeScoreIcon() {
+    // A gold cup on a plinth, on the warm grey of the button face. Drawn in fixed coordinates
+    // for its one size, with outlines heavy enough to read at it.
+    Canvas c(48, 30);
+    c.p.fillRect(QRectF(0, 0, c.w, c.h), QColor(216, 208, 184));
+    const double mid = 24;
+    const QColor outline(112, 72, 12);
+    const auto gold = [](double left, double right) {
+        QLinearGradient g(left, 0, right, 0);
+        g.setColorAt(0, QColor(178, 118, 22));
+        g.setColorAt(0.3, QColor(255, 230, 120));
+        g.setColorAt(0.55, QColor(236, 178, 44));
+        g.setColorAt(1, QColor(150, 96, 16));
+        return QBrush(g);
+    };
+    // Shadow on the button face.
+    c.p.setPen(Qt::NoPen);
+    c.p.setBrush(QColor(120, 104, 80, 70));
+    c.p.drawEllipse(QPointF(mid + 1, 27.5), 11, 1.8);
+
+    // Handles behind the bowl.
+    c.p.setBrush(Qt::NoBrush);
+    c.p.setPen(QPen(outline, 3.2, Qt::SolidLine, Qt::RoundCap));
+    c.p.drawArc(QRectF(mid - 15, 4.5, 9, 9), 60 * 16, 220 * 16);
+    c.p.drawArc(QRectF(mid + 6, 4.5, 9, 9), -100 * 16, 220 * 16);
+    c.p.setPen(QPen(QColor(232, 176, 48), 1.6, Qt::SolidLine, Qt::RoundCap));
+    c.p.drawArc(QRectF(mid - 15, 4.5, 9, 9), 60 * 16, 220 * 16);
+    c.p.drawArc(QRectF(mid + 6, 4.5, 9, 9), -100 * 16, 220 * 16);
+
+    // Plinth, stem and bowl.
+    c.p.setPen(QPen(outline, 0.9));
+    c.p.setBrush(gold(mid - 9, mid + 9));
+    c.p.drawRoundedRect(QRectF(mid - 8.5, 24, 17, 4), 1, 1);
+    QPainterPath foot(QPointF(mid - 6, 24));
+    foot.lineTo(mid - 4, 21.5);
+    foot.lineTo(mid + 4, 21.5);
+    foot.lineTo(mid + 6, 24);
+    foot.closeSubpath();
+    c.p.setBrush(gold(mid - 6, mid + 6));
+    c.p.drawPath(foot);
+    c.p.setBrush(gold(mid - 2, mid + 2));
+    c.p.drawRect(QRectF(mid - 1.5, 16, 3, 5.5));
+    c.p.drawEllipse(QPointF(mid, 18.5), 2.6, 1.4);
+    QPainterPath bowl(QPointF(mid - 9.5, 3));
+    bowl.lineTo(mid + 9.5, 3);
+    bowl.cubicTo(QPointF(mid + 9.5, 11), QPointF(mid + 6, 16), QPointF(mid, 16.5));
+    bowl.cubicTo(QPointF(mid - 6, 16), QPointF(mid - 9.5, 11), QPointF(mid - 9.5, 3));
+    bowl.closeSubpath();
+    c.p.setBrush(gold(mid - 9.5, mid + 9.5));
+    c.p.drawPath(bowl);
+    // The opening of the cup and a glint down its lit side.
+    c.p.setBrush(QColor(150, 98, 20));
+    c.p.drawEllipse(QPointF(mid, 3.2), 9.5, 1.6);
+    c.p.setPen(QPen(QColor(255, 250, 220, 200), 1.2, Qt::SolidLine, Qt::RoundCap));
+    QPainterPath glint(QPointF(mid - 6, 6));
+    glint.quadTo(QPointF(mid - 5.8, 11), QPointF(mid - 2.5, 13.5));
+    c.p.setBrush(Qt::NoBrush);
+    c.p.drawPath(glint);
+    return c.image;
+}
+
+QImage paintDuskMountains(int width, int height, double scale) {
+    Canvas c(width, height, scale);
     fillGradient(c.p, QRectF(0, 0, c.w, c.h),
                  {{0, QColor(34, 30, 78)},
                   {0.35, QColor(120, 64, 124)},
@@ -176,8 +237,8 @@ QImage paintDuskMountains(int width, int height) {
     return c.image;
 }
 
-QImage paintLakeCastle(int width, int height) {
-    Canvas c(width, height);
+QImage paintLakeCastle(int width, int height, double scale) {
+    Canvas c(width, height, scale);
     const double horizon = c.h * 0.6;
     fillGradient(
         c.p, QRectF(0, 0, c.w, horizon),
@@ -215,8 +276,8 @@ QImage paintLakeCastle(int width, int height) {
     return c.image;
 }
 
-QImage paintRollingHills(int width, int height) {
-    Canvas c(width, height);
+QImage paintRollingHills(int width, int height, double scale) {
+    Canvas c(width, height, scale);
     fillGradient(c.p, QRectF(0, 0, c.w, c.h),
                  {{0, QColor(70, 140, 220)}, {0.55, QColor(200, 228, 248)}});
     glow(c.p, QPointF(c.w * 0.82, c.h * 0.16), 14, 70, QColor(255, 252, 220), 0.7);
@@ -248,8 +309,8 @@ QImage paintRollingHills(int width, int height) {
     return c.image;
 }
 
-QImage paintMoor(int width, int height) {
-    Canvas c(width, height);
+QImage paintMoor(int width, int height, double scale) {
+    Canvas c(width, height, scale);
     const double horizon = c.h * 0.48;
     fillGradient(
         c.p, QRectF(0, 0, c.w, horizon + 30),
@@ -317,8 +378,8 @@ QImage paintMoor(int width, int height) {
     return c.image;
 }
 
-QImage paintLighthouse(int width, int height) {
-    Canvas c(width, height);
+QImage paintLighthouse(int width, int height, double scale) {
+    Canvas c(width, height, scale);
     const double horizon = c.h * 0.62;
     fillGradient(c.p, QRectF(0, 0, c.w, horizon),
                  {{0, QColor(40, 60, 120)},
@@ -383,8 +444,8 @@ QImage paintLighthouse(int width, int height) {
     return c.image;
 }
 
-QImage paintStarryVillage(int width, int height) {
-    Canvas c(width, height);
+QImage paintStarryVillage(int width, int height, double scale) {
+    Canvas c(width, height, scale);
     fillGradient(c.p, QRectF(0, 0, c.w, c.h),
                  {{0, QColor(8, 12, 36)}, {0.7, QColor(30, 48, 96)}, {1, QColor(60, 70, 110)}});
     Rng rng(71);
@@ -429,8 +490,8 @@ QImage paintStarryVillage(int width, int height) {
     return c.image;
 }
 
-QImage paintAutumnForest(int width, int height) {
-    Canvas c(width, height);
+QImage paintAutumnForest(int width, int height, double scale) {
+    Canvas c(width, height, scale);
     fillGradient(
         c.p, QRectF(0, 0, c.w, c.h),
         {{0, QColor(252, 232, 180)}, {0.55, QColor(244, 184, 120)}, {1, QColor(170, 100, 56)}});
@@ -494,8 +555,8 @@ QImage paintAutumnForest(int width, int height) {
     return c.image;
 }
 
-QImage paintWindmill(int width, int height) {
-    Canvas c(width, height);
+QImage paintWindmill(int width, int height, double scale) {
+    Canvas c(width, height, scale);
     const double horizon = c.h * 0.55;
     fillGradient(c.p, QRectF(0, 0, c.w, horizon),
                  {{0, QColor(110, 170, 230)}, {1, QColor(240, 234, 214)}});
@@ -578,8 +639,8 @@ QImage paintWindmill(int width, int height) {
     return c.image;
 }
 
-QImage paintHarbourNight(int width, int height) {
-    Canvas c(width, height);
+QImage paintHarbourNight(int width, int height, double scale) {
+    Canvas c(width, height, scale);
     const double horizon = c.h * 0.6;
     fillGradient(c.p, QRectF(0, 0, c.w, horizon),
                  {{0, QColor(10, 14, 40)}, {1, QColor(50, 60, 110)}});

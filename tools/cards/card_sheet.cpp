@@ -47,8 +47,8 @@ int main(int argc, char** argv) {
     draw(0, 4, 54, 1, QColor(0x00, 0xFF, 0xFF));  // the back the game uses
     draw(1, 4, 54, 1, QColor(0xFF, 0x40, 0x40));  // other background colours
     draw(2, 4, 54, 1, QColor(0x20, 0x30, 0x90));
-    draw(3, 4, 52, 0, {});                         // out-of-range face: blank
-    draw(4, 4, 0, 0, {});                          // a face erased in place
+    draw(3, 4, 52, 0, {});  // out-of-range face: blank
+    draw(4, 4, 0, 0, {});   // a face erased in place
     draw(4, 4, 0, 8, QColor(0xC0, 0xC0, 0xC0));
     p.end();
     if (!sheet.save(QString::fromLocal8Bit(argv[1]))) {
