@@ -216,9 +216,7 @@ void Tarnhisc::Form_Unload() {
             storage::writeScoreTable(game_.state.cards.strAppPath + storage::kScoresFile, written);
         } catch (const RuntimeError& e) {
             // The file is replaced in one step, so a failed write leaves the old table on disk.
-            runtime().msgBox("The high scores could not be saved (" + std::string(e.what()) +
-                                 "). The previous high-score table is kept.",
-                             mb::kInformation, "High Scores");
+            game_.reportScoresNotSaved(e.what());
         }
         s.Score = 0;
         s.ShowHighScores = 0;

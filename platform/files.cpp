@@ -58,6 +58,14 @@ bool fileExists(const std::string& path) {
     return ::stat(path.c_str(), &st) == 0 && !S_ISDIR(st.st_mode);
 }
 
+unsigned long long fileStamp(const std::string& path) {
+    struct stat st;
+    if (::stat(path.c_str(), &st) != 0 || S_ISDIR(st.st_mode)) return 0;
+    const auto nanos = static_cast<unsigned long long>(st.st_mtim.tv_sec) * 1000000000ULL +
+                       static_cast<unsigned long long>(st.st_mtim.tv_nsec);
+    return (nanos * 1000003ULL + static_cast<unsigned long long>(st.st_size)) | 1;
+}
+
 void killFile(const std::string& path) {
     if (!fileExists(path)) raise(err::kFileNotFound);
     if (::unlink(path.c_str()) != 0) raise(err::kPathFileAccess);

@@ -10,6 +10,9 @@ namespace bm {
 // Length of a file in bytes; error 53 when it does not exist.
 long long fileLen(const std::string& path);
 bool fileExists(const std::string& path);
+// The file's modification time and length folded together, so a changed file gets a new stamp;
+// 0 when the file does not exist.
+unsigned long long fileStamp(const std::string& path);
 // Deletes a file; error 53 when it does not exist, 75 when it cannot be removed.
 void killFile(const std::string& path);
 

@@ -125,8 +125,12 @@ void Brindle::subReadHiScore() {
 
 void Brindle::subNewHiRun() {
     auto& h = g_.high;
-    storage::writeBestRecord(g_.cards.strAppPath + storage::kScoresFile, h.HighScores[0],
-                             g_.score.BestRun, h.HighNames[0]);
+    try {
+        storage::writeBestRecord(g_.cards.strAppPath + storage::kScoresFile, h.HighScores[0],
+                                 g_.score.BestRun, h.HighNames[0]);
+    } catch (const RuntimeError& e) {
+        game_.reportScoresNotSaved(e.what());
+    }
 }
 
 }  // namespace bm

@@ -21,6 +21,12 @@ void Game::start() {
     rt.dispatch([this] { brindle_->show(); });
 }
 
+void Game::reportScoresNotSaved(const std::string& reason) {
+    rt.msgBox("The high scores could not be saved (" + reason +
+                  "). The previous high-score table is kept.",
+              mb::kInformation, "High Scores");
+}
+
 std::string Game::joinedMessage(int count) const {
     std::string text;
     for (int k = 0; k < count; ++k) {

@@ -29,6 +29,9 @@ public:
 
     // Opens the first form of the program.
     void start();
+    // Tells the player that the high-score file could not be written; the file is replaced in one
+    // step, so the previous table is still there.
+    void reportScoresNotSaved(const std::string& reason);
     // Joins the first `count` message lines with a carriage return alone.
     std::string joinedMessage(int count) const;
 

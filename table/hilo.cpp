@@ -73,6 +73,9 @@ void HiLo::design() {
     Gauge1.setBackColor(0x174F2D);
     Gauge1.setAccessibleName("Time left to double");
 
+    // The card space shows a face-down card until the first flicker.
+    surface().drawCard(kCardX, kCardY, 54, 1, Brindle::kLightCyan);
+
     Timer1.setInterval(700);
     Timer1.setEnabled(false);
     Timer2.setInterval(190);

@@ -83,7 +83,8 @@ TEST_F(HiLoGame, LeftAloneItKeepsTheScoreAndClosesAfterThreeAndAHalfSeconds) {
     EXPECT_EQ(score().CastleCount, 0);
     EXPECT_EQ(score().CastleBonus, 0);
     EXPECT_EQ(t.ui.focused, &t.table().Pictakescore);
-    EXPECT_TRUE(h.surface().draws().empty());
+    // Only the face-down card of the card space: no face was ever shown.
+    EXPECT_EQ(h.surface().describe(), "back 54 at 28,15\n");
     ASSERT_EQ(t.soundsPlayed(), std::vector<std::string>{"hilostart.wav"});
     EXPECT_EQ(t.ui.sounds.back().flags, snd::kAsync | snd::kNoDefault);
 }
@@ -171,7 +172,7 @@ TEST_F(HiLoGame, AnEarlyCallSettlesOnTheCardLeftFromTheDeal) {
     offer();
     // The deal left code 0, an Ace: low, so the high call loses without a card shown.
     EXPECT_EQ(score().Score, 5000);
-    EXPECT_TRUE(hilo().surface().draws().empty());
+    EXPECT_EQ(hilo().surface().describe(), "back 54 at 28,15\n");
     EXPECT_EQ(t.soundsPlayed().back(), "hiloloose.wav");
 }
 

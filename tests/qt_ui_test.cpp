@@ -100,11 +100,14 @@ TEST_F(QtUiTest, WidgetsMirrorTheControls) {
 }
 
 TEST_F(QtUiTest, ButtonClickReachesTheGameWithItsMouseEvents) {
+    // The game draws the button pressed and raised itself, as the take-score button does.
     form.deal.onMouseDown = [&](int b, int, double, double) {
         form.events.push_back("bdown " + std::to_string(b));
+        form.deal.setPressed(true);
     };
     form.deal.onMouseUp = [&](int b, int, double, double) {
         form.events.push_back("bup " + std::to_string(b));
+        form.deal.setPressed(false);
     };
     form.deal.onClick = [&] { form.events.push_back("click"); };
     QTest::mouseClick(child<QPushButton>("cmdDeal"), Qt::LeftButton);

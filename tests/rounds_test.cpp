@@ -2,6 +2,10 @@
 // bonus, the rounds and the take-score button.
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
+#include <set>
+
 #include "forms/tarnhisc.h"
 #include "forms/tarnmess.h"
 #include "table/brindle.h"
@@ -272,6 +276,74 @@ TEST(Rounds, ARunPast327OverflowsAndEndsTheProgram) {
     EXPECT_EQ(t.rt->fatalError(), 6);
     ASSERT_FALSE(t.ui.messages.empty());
     EXPECT_EQ(t.ui.messages.back().text, "Run-time error '6':\r\rOverflow");
+}
+
+}  // namespace
+}  // namespace bm::test
+
+namespace bm::test {
+namespace {
+
+TEST(Rounds, AnUnwritableScoreFileIsReportedAndPlayGoesOn) {
+    TestGame t;
+    std::string five;
+    for (int k = 0; k < 5; ++k) five += " 90000 5ACE       " + std::string(30, '\0');
+    t.writeFile("Scores.log", five);
+    ::mkdir(t.path("Scores.log.tmp").c_str(), 0755);  // the replacement cannot be written
+    t.start();
+    auto& s = t.state().score;
+    s.BestRun = 9;
+    s.RoundState = 2;
+    s.Score = 1000;
+    t.clickTakeScore();
+    t.ui.advance(12);
+    EXPECT_FALSE(t.rt->ended());
+    ASSERT_FALSE(t.ui.messages.empty());
+    EXPECT_EQ(t.ui.messages.back().title, "High Scores");
+    EXPECT_NE(t.ui.messages.back().text.find("previous high-score table is kept"), std::string::npos);
+    EXPECT_EQ(t.readFile("Scores.log"), five);
+    EXPECT_EQ(s.RoundState, 1);
+}
+
+TEST(Rounds, CastleThemesChooseDifferentPictures) {
+    TestGame t;
+    t.start();
+    Brindle& b = t.table();
+    auto& s = t.state().score;
+    const std::pair<int, int> ranges[] = {{0, 5}, {1, 31}, {1, 9}};  // theme 1 indexes six files
+    for (int theme = 1; theme <= 3; ++theme) {
+        t.state().menu.intCastleTheme = static_cast<int16_t>(theme);
+        b.subNewCastleImg();
+        std::set<int> chosen(s.CastlePictures.begin(), s.CastlePictures.end());
+        EXPECT_EQ(chosen.size(), 5u) << theme;
+        auto [low, high] = ranges[theme - 1];
+        EXPECT_GE(*chosen.begin(), low) << theme;
+        EXPECT_LE(*chosen.rbegin(), high) << theme;
+    }
+    t.state().menu.intCastleTheme = 0;
+    b.subNewCastleImg();
+    for (int16_t p : s.CastlePictures) EXPECT_EQ(p, -1);
+
+    // Theme 1 shows a picture of the images folder in the castle's place.
+    t.state().menu.intCastleTheme = 1;
+    b.subShowCastleImg(b.ImgCastle[2], b.PanCastle[2], 0);
+    EXPECT_TRUE(b.ImgCastle[2].visible());
+    EXPECT_FALSE(b.PanCastle[2].visible());
+    EXPECT_EQ(b.ImgCastle[2].picture(), t.path("images/" + b.File1.list(0)));
+    // A theme whose pictures are missing leaves the castle as it was.
+    t.state().menu.intCastleTheme = 2;
+    b.subShowCastleImg(b.ImgCastle[3], b.PanCastle[3], 7);
+    EXPECT_TRUE(b.PanCastle[3].visible());
+    EXPECT_FALSE(b.ImgCastle[3].visible());
+}
+
+TEST(Rounds, TooFewPicturesEndTheProgramAtTheStart) {
+    TestGame t(Options{true, 4});
+    t.start();
+    EXPECT_TRUE(t.rt->ended());
+    ASSERT_FALSE(t.ui.messages.empty());
+    EXPECT_EQ(t.ui.messages.back().text,
+              "Some image files are missing - you must re-install Brindlemoor!");
 }
 
 }  // namespace

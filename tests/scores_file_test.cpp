@@ -131,5 +131,21 @@ TEST(ScoresFile, AFailedWriteLeavesThePreviousTable) {
     EXPECT_EQ(t.readFile("Scores.log"), before);
 }
 
+TEST(ScoresFile, ALeftoverFromAnInterruptedWriteIsHarmless) {
+    // A crash between writing the replacement and renaming it leaves the old file and the new one
+    // beside it: the old table is read, and the next write goes through.
+    TestGame t;
+    std::string path = t.path("Scores.log");
+    storage::ScoreTable table = storage::defaultScoreTable();
+    table.scores = {900, 800, 700, 600, 500};
+    storage::writeScoreTable(path, table);
+    t.writeFile("Scores.log.tmp", "half a reco");
+    EXPECT_EQ(storage::readScoreTable(path).scores[0], 900);
+    table.scores[0] = 950;
+    storage::writeScoreTable(path, table);
+    EXPECT_EQ(storage::readScoreTable(path).scores[0], 950);
+    EXPECT_FALSE(fileExists(path + ".tmp"));
+}
+
 }  // namespace
 }  // namespace bm::test

@@ -334,6 +334,7 @@ struct FormWindow::View {
     Control* control = nullptr;
     QWidget* widget = nullptr;
     bool down = false;              // the pressed look last shown on a button
+    bool held = false;  // the mouse holds a button down: Qt draws it and clicks it
     qint64 iconKey = 0;             // the picture a button's icon was made from
     bool afterDoubleClick = false;  // the release ending a double click is no click
     std::vector<CardDraw> shownDraws;
@@ -480,7 +481,9 @@ void FormWindow::apply(View& v) {
                     (QSizeF(pm.size()) * scale_).toSize().boundedTo(w->size() - QSize(6, 6)));
             const bool pressed = static_cast<CommandButton&>(c).pressed();
             if (pressed != v.down) {
-                button->setDown(pressed);
+                // While the mouse holds the button Qt shows it down, and it needs its own state to
+                // turn the release into a click.
+                if (!v.held) button->setDown(pressed);
                 v.down = pressed;
             }
             break;
@@ -751,6 +754,7 @@ bool FormWindow::handleMouse(View& v, QMouseEvent* e) {
     switch (e->type()) {
         case QEvent::MouseButtonPress:
             v.afterDoubleClick = false;
+            v.held = native;
             c.fireMouseDown(button, shift, x, y);
             return !native;
         case QEvent::MouseButtonDblClick:
@@ -766,6 +770,7 @@ bool FormWindow::handleMouse(View& v, QMouseEvent* e) {
                                v.widget->rect().contains(e->position().toPoint());
             v.afterDoubleClick = false;
             c.fireMouseUp(button, shift, x, y);
+            v.held = false;
             if (click) c.fireClick();
             return !native;
         }

@@ -1,7 +1,5 @@
 #include "platform/qt/qt_ui.h"
 
-#include <sys/stat.h>
-
 #include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QDialog>
@@ -36,15 +34,6 @@ namespace bm::qt {
 namespace {
 
 constexpr int kHelpQuit = 2;  // openHelp command that closes the help window
-
-// Modification time and length folded together; 0 when the file does not exist.
-unsigned long long fileStamp(const std::string& path) {
-    struct stat st;
-    if (::stat(path.c_str(), &st) != 0 || S_ISDIR(st.st_mode)) return 0;
-    const auto nanos = static_cast<unsigned long long>(st.st_mtim.tv_sec) * 1000000000ULL +
-                       static_cast<unsigned long long>(st.st_mtim.tv_nsec);
-    return (nanos * 1000003ULL + static_cast<unsigned long long>(st.st_size)) | 1;
-}
 
 QString fileName(const std::string& path) {
     return QFile::decodeName(path.c_str());
