@@ -70,10 +70,10 @@ void Brindle::design() {
     SSPanel1.setAccessibleName("Title");
 
     int x = 648, w = 104;
-    LbRound.move(x, 8, w, 24);
+    LbRound.move(x - 6, 10, w + 10, 24);
     LbRound.setTransparent(true);
     LbRound.setForeColor(kCream);
-    LbRound.setFont({13, true, false, true});
+    LbRound.setFont({11, true, false, true});
     LbRound.setAlignment(Align::Center);
     captionLabel(LbScoreCaption, x, 40, w, "SCORE");
     valueLabel(LbScore, x, 56, w, 14);

@@ -922,12 +922,15 @@ const QPixmap& cardPixmap(int code, int mode, const QColor& colour, double devic
     const double scale = static_cast<double>(scale64) / 64;
     QPixmap pm(static_cast<int>(std::lround(kW * scale)),
                static_cast<int>(std::lround(kH * scale)));
-    pm.setDevicePixelRatio(scale);
     pm.fill(Qt::transparent);
     {
+        // Scaled by the painter rather than by the pixmap's pixel ratio: text does not follow a
+        // ratio below 1, so small windows would get oversized indices.
         QPainter p(&pm);
+        p.scale(static_cast<double>(pm.width()) / kW, static_cast<double>(pm.height()) / kH);
         paintCard(p, 0, 0, code, mode, QColor::fromRgba(rgba));
     }
+    pm.setDevicePixelRatio(scale);
     return c.emplace(key, std::move(pm)).first->second;
 }
 

@@ -5,6 +5,7 @@
 // folder given (ImageMagick's import, so run it under a display such as Xvfb).
 //   bm_play_demo SHOT_FOLDER
 #include <QApplication>
+#include <QMouseEvent>
 #include <QTest>
 #include <QTimer>
 #include <QWidget>
@@ -51,19 +52,32 @@ private:
     // wait of the game (the side game's flicker) that would otherwise hold the tick.
     static void later(std::function<void()> fn) { QTimer::singleShot(0, std::move(fn)); }
 
+    // A press and a release sent straight to the widget, as the window system would deliver them,
+    // with nothing else handled in between.
+    static void click(QWidget* w, QPoint at) {
+        const QPointF local(at), global(w->mapToGlobal(at));
+        QMouseEvent press(QEvent::MouseButtonPress, local, global, Qt::LeftButton, Qt::LeftButton,
+                          Qt::NoModifier);
+        QCoreApplication::sendEvent(w, &press);
+        QMouseEvent release(QEvent::MouseButtonRelease, local, global, Qt::LeftButton,
+                            Qt::NoButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(w, &release);
+    }
+    static void click(QWidget* w) { click(w, w->rect().center()); }
+
     void clickTable(double x, double y) {
         bm::qt::FormWindow* w = ui_.window(game_.brindle(), false);
         QPoint at = w->toWindow(static_cast<int>(x), static_cast<int>(y), 1, 1).center();
         QWidget* target = w->childAt(at);
         if (!target) target = w;
         QPoint local = target->mapFrom(w, at);
-        later([target, local] { QTest::mouseClick(target, Qt::LeftButton, {}, local); });
+        later([target, local] { click(target, local); });
     }
 
     void clickControl(bm::Control& c) {
         bm::qt::FormWindow* w = ui_.window(c.form(), false);
         QWidget* widget = w ? w->widgetOf(c) : nullptr;
-        if (widget) later([widget] { QTest::mouseClick(widget, Qt::LeftButton); });
+        if (widget) later([widget] { click(widget); });
     }
 
     // A face-up card that plays on the stack card, or -1.
@@ -92,9 +106,12 @@ private:
         }
         if (++hiloTicks_ < 6) return;
         if (hiloTicks_ == 6) shot("side-game-flicker");
-        // Call the side the card now showing is on, or the other one.
-        bool high = game_.state.cards.intCardOffset >= 28;
-        clickControl(win == high ? h.CmdHigh : h.CmdLow);
+        // Call the side of the card showing when the click lands, or the other one.
+        bm::qt::FormWindow* w = ui_.window(h, false);
+        later([this, w, &h, win] {
+            bool high = game_.state.cards.intCardOffset >= 28;
+            click(w->widgetOf(win == high ? h.CmdHigh : h.CmdLow));
+        });
         sidesPlayed_++;
     }
 
@@ -108,7 +125,13 @@ private:
             }
             return;
         }
+        if (tookScore_ && !game_.hilo().visible()) {
+            // The end-of-round count-up: watch it.
+            if (++countUpShots_ <= 2) shot("count-up");
+            return;
+        }
         if (game_.hilo().visible()) {
+            tookScore_ = false;
             if (sidesSeen_ == 0 || !inSideGame_) {
                 inSideGame_ = true;
                 hiloTicks_ = 0;
@@ -134,11 +157,7 @@ private:
             }
             return;
         }
-        if (!table.enabled()) {
-            // The end-of-round count-up runs with the table waiting.
-            if (s.CastleCount > 2 && ++countUpShots_ <= 2) shot("count-up");
-            return;
-        }
+        if (!table.enabled()) return;
         if (s.RoundState == 1) {
             if (!gameOverShot_) {
                 gameOverShot_ = true;
@@ -179,13 +198,14 @@ private:
             playCard(p);
         } else if (castles >= 3 || table.intStackCount < 26) {
             shot("before-take-score");
+            tookScore_ = castles >= 3;
             clickControl(table.cmdtakescore);
         } else {
             bm::PictureBox& stack = table.PicStack;
             bm::qt::FormWindow* w = ui_.window(table, false);
             QWidget* box = w->widgetOf(stack);
             QPoint local = w->toWindow(stack.left() + 80, stack.top() + 40, 1, 1).center() - box->pos();
-            later([box, local] { QTest::mouseClick(box, Qt::LeftButton, {}, local); });
+            later([box, local] { click(box, local); });
         }
     }
 
@@ -203,6 +223,7 @@ private:
     bool gameOverShot_ = false;
     bool clockShot_ = false;
     int countUpShots_ = 0;
+    bool tookScore_ = false;
     int idle_ = 0;
     int lastCastles_ = 0;
     std::string lastScreen_;

@@ -202,6 +202,24 @@ void pixmapMatchesDirectPainting() {
     }
 }
 
+// Windows smaller than the table's logical size draw cards below scale 1: the indices and pips
+// must shrink with the card, so the turned index still shows in the bottom-right corner.
+void smallScalesKeepTheWholeFace() {
+    for (double scale : {0.6, 0.75, 0.9}) {
+        for (int code : {0, 23, 47}) {
+            const QImage img = render(code, 0, {}, scale);
+            int ink = 0;
+            for (int y = img.height() * 7 / 10; y < img.height() - 2; ++y)
+                for (int x = img.width() * 3 / 4; x < img.width() - 2; ++x) {
+                    QRgb c = img.pixel(x, y);
+                    ink += qAlpha(c) > 200 && qRed(c) + qGreen(c) + qBlue(c) < 450;
+                }
+            check(ink > 4, "card " + std::to_string(code) + " at scale " + std::to_string(scale) +
+                               " shows its bottom-right index");
+        }
+    }
+}
+
 // A painter that rotates takes another path through the painter; a quarter turn must give the
 // same card turned, up to antialiasing.
 void rotatedPainter() {
@@ -244,6 +262,7 @@ int main(int argc, char** argv) {
     facesLookRight();
     backUsesColour();
     pixmapMatchesDirectPainting();
+    smallScalesKeepTheWholeFace();
     rotatedPainter();
     unknownModeDrawsNothing();
     if (failures) {
