@@ -263,7 +263,8 @@ double waveDurationBytes(const std::string& b) {
             uint64_t available = b.size() - (at + 8);
             return static_cast<double>(std::min<uint64_t>(len, available)) / byteRate;
         }
-        at += 8 + len + (len & 1);
+        // In 64 bits: a chunk length near 4 GiB must not wrap round to a step of nothing.
+        at += size_t{8} + len + (len & 1);
     }
     return 0;
 }

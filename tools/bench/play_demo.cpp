@@ -80,7 +80,7 @@ private:
         if (widget) later([widget] { click(widget); });
     }
 
-    // A face-up card that plays on the stack card, or -1.
+    // A face-up card that plays on the stack card, or -1; the top rows (the castles) first.
     int legalCard() {
         bm::Brindle& b = game_.brindle();
         int s = b.intStackCard / 4;
