@@ -6,6 +6,7 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "platform/errors.h"
 #include "table/brindle.h"
 
 namespace fs = std::filesystem;
@@ -28,6 +29,15 @@ void save(const std::string& path, const std::string& bytes) {
 }
 
 }  // namespace
+
+int errorOf(const std::function<void()>& f) {
+    try {
+        f();
+    } catch (const RuntimeError& e) {
+        return e.number();
+    }
+    return 0;
+}
 
 void writeBmp(const std::string& path, int width, int height) {
     uint32_t row = static_cast<uint32_t>((width * 3 + 3) & ~3);

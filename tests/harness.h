@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <utility>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,6 +15,9 @@
 #include "table/game.h"
 
 namespace bm::test {
+
+// The number of the run-time error that f raises, 0 when it raises none.
+int errorOf(const std::function<void()>& f);
 
 // Writes a 24-bit BMP of the given size (its pixels are all one colour).
 void writeBmp(const std::string& path, int width, int height);

@@ -3,18 +3,12 @@
 
 #include "platform/errors.h"
 #include "platform/vb.h"
+#include "tests/harness.h"
 
 namespace bm {
 namespace {
 
-int errorOf(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const RuntimeError& e) {
-        return e.number();
-    }
-    return 0;
-}
+using test::errorOf;
 
 TEST(Values, NumberPatterns) {
     EXPECT_EQ(formatNumber(0, "##,##"), "");

@@ -159,14 +159,14 @@ QString labelText(const std::string& caption) {
     return out;
 }
 
-QFont fontFor(const FontSpec& spec, double scale) {
-    QFont f(spec.serif ? QStringLiteral("DejaVu Serif") : QStringLiteral("DejaVu Sans"));
-    f.setStyleHint(spec.serif ? QFont::Serif : QFont::SansSerif);
+QFont fontFor(const FontSpec& style, double scale) {
+    QFont f(style.serif ? QStringLiteral("DejaVu Serif") : QStringLiteral("DejaVu Sans"));
+    f.setStyleHint(style.serif ? QFont::Serif : QFont::SansSerif);
     // Sizes are points at 96 pixels per inch, the resolution the forms were laid out for; a pixel
     // size keeps text in proportion to its control whatever the screen's own setting.
-    f.setPixelSize(std::max(1, static_cast<int>(std::lround(spec.size * 96.0 / 72.0 * scale))));
-    f.setBold(spec.bold);
-    f.setItalic(spec.italic);
+    f.setPixelSize(std::max(1, static_cast<int>(std::lround(style.size * 96.0 / 72.0 * scale))));
+    f.setBold(style.bold);
+    f.setItalic(style.italic);
     return f;
 }
 
