@@ -9,7 +9,7 @@ namespace bm {
 class Game;
 
 class Tarnhisc : public Form {
-public:
+  public:
     explicit Tarnhisc(Game& game);
 
     std::array<Label, 5> RowNumber{Label{*this, "Label2"}, Label{*this, "Label5"},
@@ -35,7 +35,7 @@ public:
     void cmdOK_KeyPress(int& keyAscii);
     void cmdOK_Click();
 
-private:
+  private:
     void design() override;
     Game& game_;
 };

@@ -8,7 +8,7 @@ namespace bm {
 class Game;
 
 class Tarnmess : public Form {
-public:
+  public:
     explicit Tarnmess(Game& game);
 
     Label LbMessage{*this, "LbMessage"};
@@ -19,7 +19,7 @@ public:
     void Form_Unload() override;
     void Form_KeyDown(int& keyCode, int shift) override;
 
-private:
+  private:
     void design() override;
     Game& game_;
 };

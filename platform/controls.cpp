@@ -14,15 +14,19 @@ Control::Control(Form& form, ControlKind kind, std::string name)
 
 Control::~Control() = default;
 
-void Control::changed() { form_.runtime().ui().controlChanged(*this); }
+void Control::changed() {
+    form_.runtime().ui().controlChanged(*this);
+}
 
-void Control::dispatch(const std::function<void()>& fn) { form_.runtime().dispatch(fn); }
+void Control::dispatch(const std::function<void()>& fn) {
+    form_.runtime().dispatch(fn);
+}
 
-#define BM_SETTER(Name, member)   \
-    void Control::Name(int v) {   \
-        if (member == v) return;  \
-        member = v;               \
-        changed();                \
+#define BM_SETTER(Name, member)  \
+    void Control::Name(int v) {  \
+        if (member == v) return; \
+        member = v;              \
+        changed();               \
     }
 BM_SETTER(setLeft, left_)
 BM_SETTER(setTop, top_)
@@ -113,7 +117,9 @@ void Control::setFocus() {
     form_.runtime().ui().focusChanged(*this);
 }
 
-void Control::refresh() { changed(); }
+void Control::refresh() {
+    changed();
+}
 
 bool Control::acceptsInput() const {
     return visible_ && enabled_ && form_.loaded() && form_.visible() && form_.enabled() &&
@@ -228,8 +234,7 @@ void FileList::refreshList() {
 }
 
 const std::string& FileList::list(int index) const {
-    if (index < 0 || index >= listCount())
-        throw RuntimeError(381, "Invalid property array index");
+    if (index < 0 || index >= listCount()) throw RuntimeError(381, "Invalid property array index");
     return items_[static_cast<size_t>(index)];
 }
 

@@ -13,7 +13,17 @@ namespace bm {
 
 class Form;
 
-enum class ControlKind { Label, CommandButton, TextBox, Image, PictureBox, Panel, Gauge, Timer, FileList };
+enum class ControlKind {
+    Label,
+    CommandButton,
+    TextBox,
+    Image,
+    PictureBox,
+    Panel,
+    Gauge,
+    Timer,
+    FileList
+};
 enum class Align { Left, Center, Right };
 
 struct FontSpec {
@@ -40,7 +50,7 @@ constexpr int kF10 = 121;
 }  // namespace key
 
 class Control {
-public:
+  public:
     Control(Form& form, ControlKind kind, std::string name);
     virtual ~Control();
     Control(const Control&) = delete;
@@ -85,7 +95,9 @@ public:
     Align alignment() const { return alignment_; }
     void setAlignment(Align a);
     // What assistive technology reads for the control; its caption when not set.
-    const std::string& accessibleName() const { return accessibleName_.empty() ? caption_ : accessibleName_; }
+    const std::string& accessibleName() const {
+        return accessibleName_.empty() ? caption_ : accessibleName_;
+    }
     void setAccessibleName(const std::string& v);
 
     void setFocus();
@@ -108,11 +120,11 @@ public:
     void fireKeyPress(int keyAscii);
     bool acceptsInput() const;
 
-protected:
+  protected:
     void changed();
     void dispatch(const std::function<void()>& fn);
 
-private:
+  private:
     Form& form_;
     ControlKind kind_;
     std::string name_;
@@ -132,24 +144,24 @@ private:
 };
 
 class Label : public Control {
-public:
+  public:
     Label(Form& form, std::string name) : Control(form, ControlKind::Label, std::move(name)) {}
 };
 
 class CommandButton : public Control {
-public:
+  public:
     CommandButton(Form& form, std::string name)
         : Control(form, ControlKind::CommandButton, std::move(name)) {}
     // The three-dimensional button's look: drawn pressed in.
     bool pressed() const { return pressed_; }
     void setPressed(bool v);
 
-private:
+  private:
     bool pressed_ = false;
 };
 
 class TextBox : public Control {
-public:
+  public:
     TextBox(Form& form, std::string name) : Control(form, ControlKind::TextBox, std::move(name)) {}
     int maxLength() const { return maxLength_; }
     void setMaxLength(int n);
@@ -158,31 +170,31 @@ public:
     // Text typed by the user: cut to the maximum length, then the Change event runs.
     void userEdit(const std::string& t);
 
-private:
+  private:
     int maxLength_ = 0;
 };
 
 class Image : public Control {
-public:
+  public:
     Image(Form& form, std::string name) : Control(form, ControlKind::Image, std::move(name)) {}
 };
 
 class Panel : public Control {
-public:
+  public:
     Panel(Form& form, std::string name) : Control(form, ControlKind::Panel, std::move(name)) {}
 };
 
 class PictureBox : public Control {
-public:
+  public:
     PictureBox(Form& form, std::string name);
     Surface& surface() { return surface_; }
 
-private:
+  private:
     Surface surface_;
 };
 
 class Gauge : public Control {
-public:
+  public:
     Gauge(Form& form, std::string name) : Control(form, ControlKind::Gauge, std::move(name)) {}
     int value() const { return value_; }
     // Error 380 (invalid property value) outside min..max.
@@ -191,12 +203,12 @@ public:
     int maximum() const { return max_; }
     void setRange(int min, int max);
 
-private:
+  private:
     int value_ = 0, min_ = 0, max_ = 100;
 };
 
 class Timer : public Control {
-public:
+  public:
     Timer(Form& form, std::string name);
     int interval() const { return interval_; }
     void setInterval(int ms);
@@ -205,14 +217,14 @@ public:
     // A tick, delivered by the user interface; a tick never runs inside its own handler.
     void fire();
 
-private:
+  private:
     int interval_ = 0;
     bool busy_ = false;
 };
 
 // A hidden list of the files of a folder that match a pattern.
 class FileList : public Control {
-public:
+  public:
     FileList(Form& form, std::string name);
     const std::string& path() const { return path_; }
     // Points the list at a folder and reads it; error 76 when the folder does not exist.
@@ -223,7 +235,7 @@ public:
     const std::string& list(int index) const;
     void refreshList();
 
-private:
+  private:
     std::string path_;
     std::string pattern_ = "*.*";
     std::vector<std::string> items_;

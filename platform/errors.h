@@ -24,11 +24,11 @@ constexpr int kInvalidPicture = 481;
 std::string errorDescription(int number);
 
 class RuntimeError : public std::runtime_error {
-public:
+  public:
     explicit RuntimeError(int number, const std::string& description = {});
     int number() const { return number_; }
 
-private:
+  private:
     int number_;
 };
 

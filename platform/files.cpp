@@ -33,7 +33,9 @@ bool globMatch(const char* p, const char* s) {
 uint32_t le16(const std::string& b, size_t at) {
     return static_cast<uint8_t>(b[at]) | static_cast<uint8_t>(b[at + 1]) << 8;
 }
-uint32_t le32(const std::string& b, size_t at) { return le16(b, at) | le16(b, at + 2) << 16; }
+uint32_t le32(const std::string& b, size_t at) {
+    return le16(b, at) | le16(b, at + 2) << 16;
+}
 uint32_t be16(const std::string& b, size_t at) {
     return static_cast<uint8_t>(b[at]) << 8 | static_cast<uint8_t>(b[at + 1]);
 }
@@ -106,7 +108,8 @@ std::string readFileBytes(const std::string& path, size_t maxBytes) {
     std::string data;
     char buffer[16384];
     while (data.size() < maxBytes && in) {
-        in.read(buffer, static_cast<std::streamsize>(std::min(sizeof buffer, maxBytes - data.size())));
+        in.read(buffer,
+                static_cast<std::streamsize>(std::min(sizeof buffer, maxBytes - data.size())));
         data.append(buffer, static_cast<size_t>(in.gcount()));
     }
     return data;
@@ -193,7 +196,9 @@ void RecordFile::putAll(const std::vector<std::string>& records) {
     replace(all);
 }
 
-void RecordFile::replace(const std::string& contents) const { writeFileAtomically(path_, contents); }
+void RecordFile::replace(const std::string& contents) const {
+    writeFileAtomically(path_, contents);
+}
 
 PictureInfo probePictureBytes(const std::string& b) {
     PictureInfo info;
@@ -207,7 +212,8 @@ PictureInfo probePictureBytes(const std::string& b) {
             info.height = std::abs(static_cast<int32_t>(le32(b, 22)));
         }
         info.format = "bmp";
-    } else if (b.size() >= 10 && (b.compare(0, 6, "GIF87a") == 0 || b.compare(0, 6, "GIF89a") == 0)) {
+    } else if (b.size() >= 10 &&
+               (b.compare(0, 6, "GIF87a") == 0 || b.compare(0, 6, "GIF89a") == 0)) {
         info.width = static_cast<int>(le16(b, 6));
         info.height = static_cast<int>(le16(b, 8));
         info.format = "gif";
@@ -269,6 +275,8 @@ double waveDurationBytes(const std::string& b) {
     return 0;
 }
 
-double waveDuration(const std::string& path) { return waveDurationBytes(readFileBytes(path)); }
+double waveDuration(const std::string& path) {
+    return waveDurationBytes(readFileBytes(path));
+}
 
 }  // namespace bm

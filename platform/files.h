@@ -26,7 +26,7 @@ bool matchesPattern(const std::string& name, const std::string& pattern);
 // Every write replaces the whole file through a temporary file renamed into place, so a failed or
 // interrupted write leaves the previous contents intact. Write failures raise 75 (or 70, 61).
 class RecordFile {
-public:
+  public:
     RecordFile(std::string path, size_t recordLength);
     std::string get(long recordNumber) const;
     void put(long recordNumber, const std::string& record);
@@ -34,7 +34,7 @@ public:
     void putAll(const std::vector<std::string>& records);
     const std::string& path() const { return path_; }
 
-private:
+  private:
     std::string readAll() const;
     void replace(const std::string& contents) const;
     std::string path_;

@@ -86,9 +86,13 @@ void Form::activate() {
     runtime_.formShown(*this);
 }
 
-void Form::refresh() { surface_.refresh(); }
+void Form::refresh() {
+    surface_.refresh();
+}
 
-bool Form::acceptsInput() const { return loaded_ && visible_ && enabled_ && !runtime_.ended(); }
+bool Form::acceptsInput() const {
+    return loaded_ && visible_ && enabled_ && !runtime_.ended();
+}
 
 void Form::fireMouseDown(int button, int shift, double x, double y) {
     if (acceptsInput()) runtime_.dispatch([&] { Form_MouseDown(button, shift, x, y); });

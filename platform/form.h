@@ -16,7 +16,7 @@ class Runtime;
 enum class Border { None, Fixed, Sizable, Tool };
 
 class Form {
-public:
+  public:
     Form(Runtime& runtime, std::string name);
     virtual ~Form();
     Form(const Form&) = delete;
@@ -77,13 +77,13 @@ public:
 
     void registerControl(Control& c) { controls_.push_back(&c); }
 
-protected:
+  protected:
     // Sets the form's and its controls' design-time properties. Runs at every load.
     virtual void design() = 0;
     // Swallows F10 and every key pressed with Alt, so neither reaches the window's menu handling.
     static void swallowMenuKeys(int& keyCode, int shift);
 
-private:
+  private:
     Runtime& runtime_;
     std::string name_;
     std::vector<Control*> controls_;

@@ -21,8 +21,8 @@ void Runtime::dispatch(const std::function<void()>& handler) {
         if (!ended_) {
             fatalError_ = e.number();
             try {
-                ui_.msgBox("Run-time error '" + std::to_string(e.number()) + "':\r\r" + e.what(),
-                           0, kTitle);
+                ui_.msgBox("Run-time error '" + std::to_string(e.number()) + "':\r\r" + e.what(), 0,
+                           kTitle);
             } catch (...) {
             }
             ended_ = true;

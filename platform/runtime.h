@@ -13,7 +13,7 @@ namespace bm {
 class Form;
 
 class Runtime {
-public:
+  public:
     // programFolder: the folder that holds the executable and every data file.
     Runtime(Ui& ui, std::string programFolder);
     Runtime(const Runtime&) = delete;
@@ -56,7 +56,7 @@ public:
 
     static constexpr const char* kTitle = "Brindlemoor";
 
-private:
+  private:
     void setActive(Form* f);
     void checkEnded() const;
 

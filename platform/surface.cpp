@@ -20,7 +20,9 @@ void Surface::cls() {
     refresh();
 }
 
-void Surface::refresh() { form_.runtime().ui().surfaceChanged(*this); }
+void Surface::refresh() {
+    form_.runtime().ui().surfaceChanged(*this);
+}
 
 std::string Surface::describe() const {
     std::string out;

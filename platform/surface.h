@@ -22,7 +22,7 @@ constexpr int kCardWidth = 71;
 constexpr int kCardHeight = 96;
 
 class Surface {
-public:
+  public:
     Surface(Form& form, Control* owner) : form_(form), owner_(owner) {}
     void drawCard(int x, int y, int code, int mode, uint32_t colour);
     void cls();
@@ -33,7 +33,7 @@ public:
     // One line per drawing, e.g. "face 17 at 110,210", "back 54 at 5,90", "erase at 52,0".
     std::string describe() const;
 
-private:
+  private:
     Form& form_;
     Control* owner_;
     std::vector<CardDraw> draws_;

@@ -31,7 +31,7 @@ constexpr int kAnswerNo = 7;
 }  // namespace mb
 
 class Ui {
-public:
+  public:
     virtual ~Ui() = default;
 
     // The clock, in seconds. It only moves forwards.

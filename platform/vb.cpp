@@ -36,7 +36,9 @@ int32_t clng(double value) {
     return static_cast<int32_t>(r);
 }
 
-double vbInt(double value) { return std::floor(value); }
+double vbInt(double value) {
+    return std::floor(value);
+}
 
 std::string formatNumber(double value, std::string_view pattern) {
     bool zeroShows = !pattern.empty() && pattern.back() == '0';
@@ -99,8 +101,7 @@ double toNumber(std::string_view text) {
         } else if (c == '.' && !seenPoint && !seenExp) {
             seenPoint = true;
             cleaned += c;
-        } else if ((c == '+' || c == '-') &&
-                   (k == 0 || (seenExp && (cleaned.back() == 'e')))) {
+        } else if ((c == '+' || c == '-') && (k == 0 || (seenExp && (cleaned.back() == 'e')))) {
             cleaned += c;
         } else if ((c == 'e' || c == 'E') && seenDigit && !seenExp) {
             seenExp = true;

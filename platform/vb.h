@@ -35,12 +35,12 @@ std::string fixedText(std::string_view text, size_t width);
 // The generator behind Rnd and Randomize: a 24-bit linear congruential sequence. Seeding from the
 // same clock reading always gives the same sequence.
 class Random {
-public:
+  public:
     void randomize(double clockReading);
     double next();  // 0 <= r < 1
     uint32_t seed() const { return seed_; }
 
-private:
+  private:
     uint32_t seed_ = 0x50000;
 };
 

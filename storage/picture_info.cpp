@@ -4,7 +4,8 @@ namespace bm::storage {
 
 std::string pictureInfoName(std::string_view pictureName) {
     size_t dot = pictureName.find('.');
-    std::string stem(dot == std::string_view::npos ? std::string_view{} : pictureName.substr(0, dot + 1));
+    std::string stem(dot == std::string_view::npos ? std::string_view{}
+                                                   : pictureName.substr(0, dot + 1));
     return stem + "log";
 }
 

@@ -53,7 +53,8 @@ void writeScoreTable(const std::string& path, const ScoreTable& table) {
     file.putAll(records);
 }
 
-void writeBestRecord(const std::string& path, double score, int16_t bestRun, std::string_view name) {
+void writeBestRecord(const std::string& path, double score, int16_t bestRun,
+                     std::string_view name) {
     RecordFile file(path, kScoreRecordLength);
     file.put(1, scoreRecord(score, bestRun, name));
 }

@@ -32,7 +32,9 @@ void valueLabel(Label& l, int left, int top, int width, double size) {
 
 Brindle::Brindle(Game& game) : Form(game.rt, "Brindle"), game_(game), g_(game.state) {
     Form::setOwner(nullptr);
-    PicStack.onMouseDown = [this](int b, int s, double x, double y) { PicStack_MouseDown(b, s, x, y); };
+    PicStack.onMouseDown = [this](int b, int s, double x, double y) {
+        PicStack_MouseDown(b, s, x, y);
+    };
     Timer1.onTimer = [this] { Timer1_Timer(); };
     TimerHiRun.onTimer = [this] { TimerHiRun_Timer(); };
     TimerError.onTimer = [this] { TimerError_Timer(); };
@@ -42,8 +44,12 @@ Brindle::Brindle(Game& game) : Form(game.rt, "Brindle"), game_(game), g_(game.st
     for (int n = 1; n <= 5; ++n)
         TimerCastle[static_cast<size_t>(n - 1)].onTimer = [this, n] { TimerCastle_Timer(n); };
     cmdtakescore.onClick = [this] { cmdtakescore_Click(); };
-    cmdtakescore.onMouseDown = [this](int b, int s, double x, double y) { cmdtakescore_MouseDown(b, s, x, y); };
-    cmdtakescore.onMouseUp = [this](int b, int s, double x, double y) { cmdtakescore_MouseUp(b, s, x, y); };
+    cmdtakescore.onMouseDown = [this](int b, int s, double x, double y) {
+        cmdtakescore_MouseDown(b, s, x, y);
+    };
+    cmdtakescore.onMouseUp = [this](int b, int s, double x, double y) {
+        cmdtakescore_MouseUp(b, s, x, y);
+    };
     // The picture on the button forwards its clicks and gives the button its look.
     Pictakescore.onMouseDown = [this](int b, int s, double x, double y) {
         cmdtakescore_MouseDown(b, s, x, y);
@@ -238,7 +244,9 @@ void Brindle::Form_Unload() {
     runtime().quit();
 }
 
-void Brindle::Form_KeyDown(int& keyCode, int shift) { swallowMenuKeys(keyCode, shift); }
+void Brindle::Form_KeyDown(int& keyCode, int shift) {
+    swallowMenuKeys(keyCode, shift);
+}
 
 int32_t Brindle::faceCode(int value) const {
     long index = static_cast<long>(g_.cards.intCardOffset) * 4 + value;
@@ -248,7 +256,8 @@ int32_t Brindle::faceCode(int value) const {
 
 void Brindle::showCardsLeft() {
     int left = intStackCount - 25;
-    PicStack.setToolTip(std::to_string(left) + (intStackCount == 26 ? " CARD LEFT" : " CARDS LEFT"));
+    PicStack.setToolTip(std::to_string(left) +
+                        (intStackCount == 26 ? " CARD LEFT" : " CARDS LEFT"));
 }
 
 void Brindle::subCardPositions() {
@@ -318,13 +327,16 @@ void Brindle::subNewCards() {
     Surface& table = surface();
     c.lngDrawY = 90;
     c.lngDrawX = 5;
-    for (int p = 0; p <= 4; ++p, c.lngDrawX += 140) table.drawCard(c.lngDrawX, c.lngDrawY, c.varCardBack, 1, cyan);
+    for (int p = 0; p <= 4; ++p, c.lngDrawX += 140)
+        table.drawCard(c.lngDrawX, c.lngDrawY, c.varCardBack, 1, cyan);
     c.lngDrawY = 130;
     c.lngDrawX = 40;
-    for (int p = 5; p <= 12; ++p, c.lngDrawX += 70) table.drawCard(c.lngDrawX, c.lngDrawY, c.varCardBack, 1, cyan);
+    for (int p = 5; p <= 12; ++p, c.lngDrawX += 70)
+        table.drawCard(c.lngDrawX, c.lngDrawY, c.varCardBack, 1, cyan);
     c.lngDrawY = 170;
     c.lngDrawX = 75;
-    for (int p = 13; p <= 19; ++p, c.lngDrawX += 70) table.drawCard(c.lngDrawX, c.lngDrawY, c.varCardBack, 1, cyan);
+    for (int p = 13; p <= 19; ++p, c.lngDrawX += 70)
+        table.drawCard(c.lngDrawX, c.lngDrawY, c.varCardBack, 1, cyan);
     c.lngDrawY = 210;
     c.lngDrawX = 110;
     for (int p = 20; p <= 25; ++p, c.lngDrawX += 70) {

@@ -10,7 +10,7 @@ class Game;
 struct GameState;
 
 class Brindle : public Form {
-public:
+  public:
     explicit Brindle(Game& game);
 
     // Logical size of the table.
@@ -112,7 +112,7 @@ public:
     // Shows "N CARDS LEFT" / "1 CARD LEFT" on the stack picture.
     void showCardsLeft();
 
-private:
+  private:
     enum class RoundEndSource { Clock, Button, Castle };
     // The round end after the bonus and the side game, by RoundState.
     void roundEnd(RoundEndSource source);

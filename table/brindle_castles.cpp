@@ -12,12 +12,24 @@ void Brindle::subCastleBonus(Label& label) {
     auto& rt = runtime();
     s.CastleCount = i32(static_cast<long long>(s.CastleCount) + 1);
     switch (s.CastleCount) {
-        case 1: s.CastleBonus = 2000; break;
-        case 2: s.CastleBonus = 4000; break;
-        case 3: s.CastleBonus = 6000; break;
-        case 4: s.CastleBonus = 8000; break;
-        case 5: s.CastleBonus = 10000; break;
-        default: s.CastleBonus = 4000; break;
+        case 1:
+            s.CastleBonus = 2000;
+            break;
+        case 2:
+            s.CastleBonus = 4000;
+            break;
+        case 3:
+            s.CastleBonus = 6000;
+            break;
+        case 4:
+            s.CastleBonus = 8000;
+            break;
+        case 5:
+            s.CastleBonus = 10000;
+            break;
+        default:
+            s.CastleBonus = 4000;
+            break;
     }
     label.setCaption(formatNumber(s.CastleBonus, "##,##"));
 
@@ -66,9 +78,15 @@ void Brindle::subShowCastleImg(Image& image, Panel& panel, int16_t pictureNumber
     try {
         std::string path;
         switch (g_.menu.intCastleTheme) {
-            case 1: path = app + "images/" + File1.list(pictureNumber); break;
-            case 2: path = app + "fimg" + std::to_string(pictureNumber) + ".gif"; break;
-            case 3: path = app + "mimg" + std::to_string(pictureNumber) + ".gif"; break;
+            case 1:
+                path = app + "images/" + File1.list(pictureNumber);
+                break;
+            case 2:
+                path = app + "fimg" + std::to_string(pictureNumber) + ".gif";
+                break;
+            case 3:
+                path = app + "mimg" + std::to_string(pictureNumber) + ".gif";
+                break;
             default:
                 loadPicture(panel, "castle2.bmp");
                 return;
@@ -105,7 +123,9 @@ void Brindle::subNewCastleImg() {
         rt.msgBox("Some image files are missing - you must re-install Brindlemoor!", mb::kOk);
         rt.end();
     }
-    for (size_t k = 0; k < 5; ++k) ImgCastle[k].move(8 + 124 * static_cast<int>(k), ImgCastle[k].top(), 121, ImgCastle[k].height());
+    for (size_t k = 0; k < 5; ++k)
+        ImgCastle[k].move(8 + 124 * static_cast<int>(k), ImgCastle[k].top(), 121,
+                          ImgCastle[k].height());
     s.CastlePictures.fill(-1);
     int theme = g_.menu.intCastleTheme;
     if (theme < 1 || theme > 3) return;

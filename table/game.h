@@ -13,7 +13,7 @@ class Tarnmess;
 class Tarnhisc;
 
 class Game {
-public:
+  public:
     explicit Game(Runtime& runtime);
     ~Game();
     Game(const Game&) = delete;
@@ -35,7 +35,7 @@ public:
     // Joins the first `count` message lines with a carriage return alone.
     std::string joinedMessage(int count) const;
 
-private:
+  private:
     std::unique_ptr<Brindle> brindle_;
     std::unique_ptr<HiLo> hilo_;
     std::unique_ptr<Tarnmess> tarnmess_;

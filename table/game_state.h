@@ -9,17 +9,17 @@ namespace bm {
 
 // The deck, the card codes and the table flags.
 struct CardsState {
-    std::array<int16_t, 52> intDeck{};      // card value at each position; 51 = the open stack card
-    std::array<int32_t, 52> varCardMap{};   // value -> face code (identity)
-    int16_t intCardOffset = 0;              // row of four added to every face code
+    std::array<int16_t, 52> intDeck{};     // card value at each position; 51 = the open stack card
+    std::array<int32_t, 52> varCardMap{};  // value -> face code (identity)
+    int16_t intCardOffset = 0;             // row of four added to every face code
     int16_t intCardValue = 0;
-    int32_t varCardBack = 54;               // the back design
+    int32_t varCardBack = 54;  // the back design
     int32_t lngDrawX = 0, lngDrawY = 0;
-    int16_t i = 0;                          // the loop index shared by the table's procedures
+    int16_t i = 0;  // the loop index shared by the table's procedures
     int16_t intRandomCard = 0, intFound = 0, intDealCount = 0;
-    int16_t intPlayEnabled = 0;             // 1: the layout and the stack take clicks
-    int16_t intStackEnabled = 1;            // non-zero: clicks on the stack picture count
-    std::string strAppPath;                 // the program folder with a trailing separator
+    int16_t intPlayEnabled = 0;   // 1: the layout and the stack take clicks
+    int16_t intStackEnabled = 1;  // non-zero: clicks on the stack picture count
+    std::string strAppPath;       // the program folder with a trailing separator
 };
 
 // Score, rounds and castles.
@@ -31,7 +31,8 @@ struct ScoreState {
     int16_t RoundState = 0;  // 0 round 1, 2 round 2, 3 bonus round, 1 game over
     int32_t CastleCount = 0;
     int16_t CastleBonus = 0;
-    int16_t ScreenReady = 0;  // 0 while a message screen or fanfare is in front, 1 after, 2 unloaded
+    int16_t ScreenReady =
+        0;  // 0 while a message screen or fanfare is in front, 1 after, 2 unloaded
     int16_t ShowHighScores = 0;
     int16_t TitleShifted = 0;
     std::array<int16_t, 5> CastlePictures{-1, -1, -1, -1, -1};

@@ -18,7 +18,8 @@ std::string le32(uint32_t v) {
 TEST(Files, ListingsMatchPatternsAndSortLikeAFileList) {
     TestGame t(Options{false, 0});
     std::filesystem::create_directory(t.path("images"));
-    for (const char* name : {"b.GIF", "a.jpg", "C.bmp", "a.log", "d.jpeg"}) t.writeFile(std::string("images/") + name, "x");
+    for (const char* name : {"b.GIF", "a.jpg", "C.bmp", "a.log", "d.jpeg"})
+        t.writeFile(std::string("images/") + name, "x");
     EXPECT_EQ(listFiles(t.path("images"), "*.jpg;*.gif;*.bmp"),
               (std::vector<std::string>{"a.jpg", "b.GIF", "C.bmp"}));
     EXPECT_EQ(errorOf([&] { listFiles(t.path("nothing"), "*.*"); }), err::kPathNotFound);
@@ -55,7 +56,8 @@ TEST(Files, WaveLengthsAndDamagedWaves) {
     EXPECT_NEAR(waveDuration(t.path("a.wav")), 0.25, 1e-3);
     EXPECT_EQ(waveDuration(t.path("missing.wav")), 0);
     // A chunk that claims almost 4 GiB must end the walk, not wrap round to a step of nothing.
-    std::string huge = "RIFF" + le32(100) + "WAVE" + "junk" + le32(0xFFFFFFF8u) + std::string(16, 'x');
+    std::string huge =
+        "RIFF" + le32(100) + "WAVE" + "junk" + le32(0xFFFFFFF8u) + std::string(16, 'x');
     EXPECT_EQ(waveDurationBytes(huge), 0);
     std::string noFormat = "RIFF" + le32(100) + "WAVE" + "data" + le32(8) + std::string(8, 'x');
     EXPECT_EQ(waveDurationBytes(noFormat), 0);

@@ -116,7 +116,9 @@ TestGame::~TestGame() {
     fs::remove_all(folder, ec);
 }
 
-Brindle& TestGame::table() { return game->brindle(); }
+Brindle& TestGame::table() {
+    return game->brindle();
+}
 
 void TestGame::start() {
     game->start();

@@ -2,12 +2,12 @@
 // A whole game on the headless user interface, in a temporary program folder that holds small
 // stand-ins for the sounds and pictures.
 #include <array>
-#include <initializer_list>
-#include <utility>
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/headless/headless_ui.h"
@@ -27,12 +27,12 @@ void writeGifHeader(const std::string& path, int width, int height);
 void writeWave(const std::string& path, double seconds);
 
 struct Options {
-    bool assets = true;      // sounds, castle pictures and the images folder
-    int pictures = 6;        // pictures in the images folder
+    bool assets = true;  // sounds, castle pictures and the images folder
+    int pictures = 6;    // pictures in the images folder
 };
 
 class TestGame {
-public:
+  public:
     explicit TestGame(Options options = {});
     ~TestGame();
 

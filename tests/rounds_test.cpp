@@ -33,8 +33,20 @@ TEST(Rounds, ARunOfSevenScores2800AndCheers) {
     TestGame t;
     t.start();
     // Stack Five; row 4 and row 3 hold Six, Seven, Eight, ... so that seven takes climb.
-    t.setDeck(TestGame::deckWith({{51, 4}, {20, 5}, {21, 6}, {22, 7}, {23, 8}, {24, 9}, {25, 10},
-                                  {13, 11}, {14, 12}, {15, 0}, {16, 1}, {17, 2}, {18, 3}, {19, 4}}));
+    t.setDeck(TestGame::deckWith({{51, 4},
+                                  {20, 5},
+                                  {21, 6},
+                                  {22, 7},
+                                  {23, 8},
+                                  {24, 9},
+                                  {25, 10},
+                                  {13, 11},
+                                  {14, 12},
+                                  {15, 0},
+                                  {16, 1},
+                                  {17, 2},
+                                  {18, 3},
+                                  {19, 4}}));
     Brindle& b = t.table();
     onlyOpen(b, {20, 21, 22, 23, 24, 25, 13, 14, 15, 16, 17, 18, 19});
     auto& s = t.state().score;
@@ -142,7 +154,8 @@ TEST(Rounds, FiveCastlesPayGrowingBonusesAndEndTheRound) {
         expected += (k + 1) * 100 + bonus[k];
         EXPECT_EQ(s.Score, expected) << k;
         EXPECT_EQ(b.PanCastle[static_cast<size_t>(k)].picture(), t.path("castle2.bmp"));
-        EXPECT_EQ(b.LbCastle[static_cast<size_t>(k)].caption(), std::to_string(bonus[k] / 1000) + ",000");
+        EXPECT_EQ(b.LbCastle[static_cast<size_t>(k)].caption(),
+                  std::to_string(bonus[k] / 1000) + ",000");
     }
     EXPECT_EQ(s.CastleCount, 4);
     t.ui.advance(1.6);
@@ -209,7 +222,8 @@ TEST(Rounds, FastTakeScoreClicksEndOnlyOneRound) {
     Brindle& b = t.table();
     auto& s = t.state().score;
     double now = t.ui.now();
-    for (double dt : {0.0, 0.05, 0.1, 2.0, 5.0}) t.ui.at(now + dt, [&] { b.cmdtakescore.fireClick(); });
+    for (double dt : {0.0, 0.05, 0.1, 2.0, 5.0})
+        t.ui.at(now + dt, [&] { b.cmdtakescore.fireClick(); });
     t.ui.advance(12);
     EXPECT_EQ(s.RoundState, 2);
     EXPECT_EQ(t.countSound("hilostart.wav"), 1u);
@@ -300,7 +314,8 @@ TEST(Rounds, AnUnwritableScoreFileIsReportedAndPlayGoesOn) {
     EXPECT_FALSE(t.rt->ended());
     ASSERT_FALSE(t.ui.messages.empty());
     EXPECT_EQ(t.ui.messages.back().title, "High Scores");
-    EXPECT_NE(t.ui.messages.back().text.find("previous high-score table is kept"), std::string::npos);
+    EXPECT_NE(t.ui.messages.back().text.find("previous high-score table is kept"),
+              std::string::npos);
     EXPECT_EQ(t.readFile("Scores.log"), five);
     EXPECT_EQ(s.RoundState, 1);
 }

@@ -12,7 +12,9 @@
 namespace bm::test {
 namespace {
 
-std::string zeros(size_t n) { return std::string(n, '\0'); }
+std::string zeros(size_t n) {
+    return std::string(n, '\0');
+}
 
 std::string record(const std::string& score, const std::string& run, const std::string& name) {
     return score + run + name + zeros(30);

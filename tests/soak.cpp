@@ -30,7 +30,7 @@ struct Failure : std::runtime_error {
 };
 
 class Bot {
-public:
+  public:
     Bot(TestGame& t, std::mt19937& rng) : t_(t), rng_(rng) {}
 
     long games = 0;
@@ -103,7 +103,7 @@ public:
         }
     }
 
-private:
+  private:
     bool chance(double p) { return std::uniform_real_distribution<double>(0, 1)(rng_) < p; }
     int pick(int n) { return std::uniform_int_distribution<int>(0, n - 1)(rng_); }
     [[noreturn]] void fail(const std::string& what) { throw Failure(what); }
@@ -156,7 +156,9 @@ private:
         if (!f.TxbHighScore.visible()) return;  // the table is only shown; it closes itself
         if (chance(0.7) && f.TxbHighScore.text().size() < 14) {
             static const std::string letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJ 0123456789.-'";
-            f.TxbHighScore.userEdit(f.TxbHighScore.text() + letters[static_cast<size_t>(pick(static_cast<int>(letters.size())))]);
+            f.TxbHighScore.userEdit(
+                f.TxbHighScore.text() +
+                letters[static_cast<size_t>(pick(static_cast<int>(letters.size())))]);
         } else if (chance(0.5)) {
             f.TxbHighScore.fireKeyPress(13);
         } else {
@@ -193,18 +195,22 @@ int main(int argc, char** argv) {
             events += bot.events;
             if (t.rt->ended()) {
                 int n = t.rt->fatalError();
-                ends["run-time error " + std::to_string(n) + " (" + bm::errorDescription(n) + ")"]++;
-                if (n != bm::err::kSubscriptOutOfRange) throw Failure("an end the game does not allow");
+                ends["run-time error " + std::to_string(n) + " (" + bm::errorDescription(n) +
+                     ")"]++;
+                if (n != bm::err::kSubscriptOutOfRange)
+                    throw Failure("an end the game does not allow");
             }
         }
     } catch (const std::exception& e) {
         std::printf("soak failed after %ld games: %s\n", games, e.what());
         return 1;
     }
-    double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
-    std::printf("soak: %ld games, %ld bot events, %ld program runs in %.1f s (%.0f games/s)\n", games,
-                events, runs, seconds, games / seconds);
-    for (const auto& [what, n] : ends) std::printf("  program ended by %s: %ld times\n", what.c_str(), n);
+    double seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    std::printf("soak: %ld games, %ld bot events, %ld program runs in %.1f s (%.0f games/s)\n",
+                games, events, runs, seconds, games / seconds);
+    for (const auto& [what, n] : ends)
+        std::printf("  program ended by %s: %ld times\n", what.c_str(), n);
     std::printf("%ld passed, 0 failed\n", games);
     return 0;
 }

@@ -43,11 +43,14 @@ TEST(Table, DealLaysOutTheRowsThePileAndTheOpenCard) {
     EXPECT_EQ(t.state().cards.intPlayEnabled, 1);
 
     // Row positions, and the pile fanned to the right of x = 2 with the open card at 52.
-    const int xs[] = {5, 145, 285, 425, 565, 40, 110, 180, 250, 320, 390, 460, 530,
+    const int xs[] = {5,  145, 285, 425, 565, 40,  110, 180, 250, 320, 390, 460, 530,
                       75, 145, 215, 285, 355, 425, 495, 110, 180, 250, 320, 390, 460};
     for (int p = 0; p < 26; ++p) {
         EXPECT_EQ(b.lngCardX[static_cast<size_t>(p)], xs[p]) << p;
-        EXPECT_EQ(b.lngCardY[static_cast<size_t>(p)], p < 5 ? 90 : p < 13 ? 130 : p < 20 ? 170 : 210);
+        EXPECT_EQ(b.lngCardY[static_cast<size_t>(p)], p < 5    ? 90
+                                                      : p < 13 ? 130
+                                                      : p < 20 ? 170
+                                                               : 210);
     }
     const auto& draws = b.PicStack.surface().draws();
     ASSERT_EQ(draws.size(), 26u);
@@ -78,8 +81,8 @@ TEST(Table, RanksWrapRoundAtAceAndKing) {
     TestGame t;
     t.start();
     // Stack Ace; row 4 holds King, Two, Queen, Ace, Five, Six.
-    t.setDeck(TestGame::deckWith({{51, kAce}, {20, kKing}, {21, kTwo}, {22, kQueen}, {23, kAce},
-                                  {24, kFive}, {25, kSix}}));
+    t.setDeck(TestGame::deckWith(
+        {{51, kAce}, {20, kKing}, {21, kTwo}, {22, kQueen}, {23, kAce}, {24, kFive}, {25, kSix}}));
     Brindle& b = t.table();
     t.clickCard(24);  // a Five on an Ace: wrong
     EXPECT_EQ(b.intCardState[24], 1);

@@ -67,7 +67,9 @@ void HeadlessUi::doEvents() {
     while (step(clock_, true)) runPosted();
 }
 
-void HeadlessUi::settle() { doEvents(); }
+void HeadlessUi::settle() {
+    doEvents();
+}
 
 void HeadlessUi::waitFor(const std::function<bool()>& done, double deadline) {
     double start = clock_;
@@ -157,6 +159,8 @@ void HeadlessUi::openHelp(const std::string& file, int command, int context) {
                          std::to_string(context));
 }
 
-bool HeadlessUi::startProgram(const std::string&) { return false; }
+bool HeadlessUi::startProgram(const std::string&) {
+    return false;
+}
 
 }  // namespace bm

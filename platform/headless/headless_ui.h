@@ -12,7 +12,7 @@
 namespace bm {
 
 class HeadlessUi : public Ui {
-public:
+  public:
     struct Message {
         std::string text;
         int flags;
@@ -60,8 +60,8 @@ public:
     // from here. It may deliver user events.
     std::function<void()> agent;
 
-    std::deque<int> answers;              // message-box answers, in order (default: OK / Yes)
-    std::deque<std::string> inputs;       // input-box answers, in order (default: empty)
+    std::deque<int> answers;         // message-box answers, in order (default: OK / Yes)
+    std::deque<std::string> inputs;  // input-box answers, in order (default: empty)
     std::vector<Message> messages;
     std::vector<Sound> sounds;
     std::vector<std::string> helpOpened;
@@ -75,7 +75,7 @@ public:
     // A wait with nothing left that could end it throws instead of hanging the test.
     static constexpr double kMaxWait = 3600.0;
 
-private:
+  private:
     bool runPosted();
     // Advances the clock to the next due moment no later than `limit` and runs what is due then.
     // Returns false when nothing is due before the limit.

@@ -28,7 +28,9 @@ QString toQString(const std::string& text) {
     return QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size()));
 }
 
-std::string fromQString(const QString& text) { return text.toLatin1().toStdString(); }
+std::string fromQString(const QString& text) {
+    return text.toLatin1().toStdString();
+}
 
 QString toDisplayLines(const std::string& text) {
     QString s = toQString(text);
@@ -334,7 +336,7 @@ struct FormWindow::View {
     Control* control = nullptr;
     QWidget* widget = nullptr;
     bool down = false;              // the pressed look last shown on a button
-    bool held = false;  // the mouse holds a button down: Qt draws it and clicks it
+    bool held = false;              // the mouse holds a button down: Qt draws it and clicks it
     qint64 iconKey = 0;             // the picture a button's icon was made from
     bool afterDoubleClick = false;  // the release ending a double click is no click
     std::vector<CardDraw> shownDraws;

@@ -17,7 +17,7 @@
 namespace {
 
 class FirstPaint : public QObject {
-public:
+  public:
     bool eventFilter(QObject* watched, QEvent* event) override {
         if (event->type() == QEvent::Paint && watched->objectName() == QLatin1String("Brindle") &&
             !seen) {

@@ -26,7 +26,7 @@
 namespace {
 
 class Demo {
-public:
+  public:
     Demo(bm::qt::QtUi& ui, bm::Game& game, std::string shots)
         : ui_(ui), game_(game), shots_(std::move(shots)) {}
 
@@ -37,7 +37,7 @@ public:
         busy_ = false;
     }
 
-private:
+  private:
     void shot(const std::string& name) {
         QCoreApplication::processEvents();
         std::string cmd = "import -window root " + shots_ + "/" + std::to_string(++shotCount_) +
@@ -59,8 +59,8 @@ private:
         QMouseEvent press(QEvent::MouseButtonPress, local, global, Qt::LeftButton, Qt::LeftButton,
                           Qt::NoModifier);
         QCoreApplication::sendEvent(w, &press);
-        QMouseEvent release(QEvent::MouseButtonRelease, local, global, Qt::LeftButton,
-                            Qt::NoButton, Qt::NoModifier);
+        QMouseEvent release(QEvent::MouseButtonRelease, local, global, Qt::LeftButton, Qt::NoButton,
+                            Qt::NoModifier);
         QCoreApplication::sendEvent(w, &release);
     }
     static void click(QWidget* w) { click(w, w->rect().center()); }
@@ -204,7 +204,8 @@ private:
             bm::PictureBox& stack = table.PicStack;
             bm::qt::FormWindow* w = ui_.window(table, false);
             QWidget* box = w->widgetOf(stack);
-            QPoint local = w->toWindow(stack.left() + 80, stack.top() + 40, 1, 1).center() - box->pos();
+            QPoint local =
+                w->toWindow(stack.left() + 80, stack.top() + 40, 1, 1).center() - box->pos();
             later([box, local] { click(box, local); });
         }
     }
