@@ -689,6 +689,15 @@ void FormWindow::paintEvent(QPaintEvent* e) {
     }
     p.fillRect(area & clip, back);
     paintDraws(p, form_.surface().draws(), origin_, scale_, clip);
+    if (form_.border() == Border::None) {
+        // A window without a frame gets a thin raised edge of its own, so it stands out from what
+        // lies behind it.
+        const int w = std::max(1, static_cast<int>(std::lround(scale_)));
+        p.fillRect(QRect(area.left(), area.top(), area.width(), w), back.lighter(150));
+        p.fillRect(QRect(area.left(), area.top(), w, area.height()), back.lighter(150));
+        p.fillRect(QRect(area.left(), area.bottom() - w + 1, area.width(), w), back.darker(170));
+        p.fillRect(QRect(area.right() - w + 1, area.top(), w, area.height()), back.darker(170));
+    }
 }
 
 void FormWindow::mousePressEvent(QMouseEvent* e) {
