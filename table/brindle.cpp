@@ -50,14 +50,14 @@ Brindle::Brindle(Game& game) : Form(game.rt, "Brindle"), game_(game), g_(game.st
     cmdtakescore.onMouseUp = [this](int b, int s, double x, double y) {
         cmdtakescore_MouseUp(b, s, x, y);
     };
-    // The picture on the button forwards its clicks and gives the button its look.
+    // The picture on the button gives the button its look and forwards its clicks.
     Pictakescore.onMouseDown = [this](int b, int s, double x, double y) {
         cmdtakescore_MouseDown(b, s, x, y);
     };
     Pictakescore.onMouseUp = [this](int b, int s, double x, double y) {
         cmdtakescore_MouseUp(b, s, x, y);
-        cmdtakescore_Click();
     };
+    Pictakescore.onClick = [this] { cmdtakescore_Click(); };
     SSPanel1.onDblClick = [this] { SSPanel1_DblClick(); };
 }
 
