@@ -20,6 +20,14 @@ std::string record(const std::string& score, const std::string& run, const std::
     return score + run + name + zeros(30);
 }
 
+// Writes the table 900, 800, 700, 600, 500 ("No Name" each) and returns it.
+storage::ScoreTable writeKnownTable(const std::string& path) {
+    storage::ScoreTable table = storage::defaultScoreTable();
+    table.scores = {900, 800, 700, 600, 500};
+    storage::writeScoreTable(path, table);
+    return table;
+}
+
 TEST(ScoresFile, RecordBytesCutAndPadTheFields) {
     EXPECT_EQ(storage::scoreRecord(12345, 7, "WENNA"), record(" 12345", " 7", "WENNA     "));
     EXPECT_EQ(storage::scoreRecord(0, 0, ""), record(" 0    ", " 0", "          "));
@@ -100,9 +108,7 @@ TEST(ScoresFile, SixDigitScoresAndLongRunsReadBackCut) {
 TEST(ScoresFile, BestRecordRewriteKeepsTheOtherRecords) {
     TestGame t;
     std::string path = t.path("Scores.log");
-    storage::ScoreTable table = storage::defaultScoreTable();
-    table.scores = {900, 800, 700, 600, 500};
-    storage::writeScoreTable(path, table);
+    storage::ScoreTable table = writeKnownTable(path);
     std::string before = t.readFile("Scores.log");
     storage::writeBestRecord(path, 900, 14, "No Name");
     std::string after = t.readFile("Scores.log");
@@ -117,9 +123,7 @@ TEST(ScoresFile, BestRecordRewriteKeepsTheOtherRecords) {
 TEST(ScoresFile, AFailedWriteLeavesThePreviousTable) {
     TestGame t;
     std::string path = t.path("Scores.log");
-    storage::ScoreTable table = storage::defaultScoreTable();
-    table.scores = {900, 800, 700, 600, 500};
-    storage::writeScoreTable(path, table);
+    storage::ScoreTable table = writeKnownTable(path);
     std::string before = t.readFile("Scores.log");
     // The temporary file cannot be created: the write fails as a whole.
     ::mkdir((path + ".tmp").c_str(), 0755);
@@ -134,9 +138,7 @@ TEST(ScoresFile, ALeftoverFromAnInterruptedWriteIsHarmless) {
     // beside it: the old table is read, and the next write goes through.
     TestGame t;
     std::string path = t.path("Scores.log");
-    storage::ScoreTable table = storage::defaultScoreTable();
-    table.scores = {900, 800, 700, 600, 500};
-    storage::writeScoreTable(path, table);
+    storage::ScoreTable table = writeKnownTable(path);
     t.writeFile("Scores.log.tmp", "half a reco");
     EXPECT_EQ(storage::readScoreTable(path).scores[0], 900);
     table.scores[0] = 950;
