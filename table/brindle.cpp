@@ -31,7 +31,6 @@ void valueLabel(Label& l, int left, int top, int width, double size) {
 }  // namespace
 
 Brindle::Brindle(Game& game) : Form(game.rt, "Brindle"), game_(game), g_(game.state) {
-    Form::setOwner(nullptr);
     PicStack.onMouseDown = [this](int b, int s, double x, double y) {
         PicStack_MouseDown(b, s, x, y);
     };

@@ -157,9 +157,6 @@ void HiLo::Timer2_Timer() {
 }
 
 void HiLo::CmdDouble_Click() {
-    // One gamble per offer, however often the click arrives.
-    if (doubledIn_ == loadSerial_) return;
-    doubledIn_ = loadSerial_;
     const int serial = loadSerial_;
     auto& rt = runtime();
     auto& s = game_.state.score;

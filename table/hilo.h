@@ -42,8 +42,6 @@ class HiLo : public Form {
     Game& game_;
     // Counts the loads, so a handler that waited across an unload knows its form has gone.
     int loadSerial_ = 0;
-    // The load in which the double button was last pressed: one gamble per offer.
-    int doubledIn_ = 0;
 };
 
 }  // namespace bm

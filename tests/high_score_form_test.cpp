@@ -43,16 +43,16 @@ class HighScoreForm : public ::testing::Test {
     void open(int16_t entry, int32_t score) {
         load(entry, score);
         g.rt->dispatch([&] { form().show(); });
-        g.ui.settle();
+        g.ui.doEvents();
     }
 
     void type(const std::string& text) {
         form().TxbHighScore.userEdit(text);
-        g.ui.settle();
+        g.ui.doEvents();
     }
     void pressEnter() {
         form().TxbHighScore.fireKeyPress(key::kEnter);
-        g.ui.settle();
+        g.ui.doEvents();
     }
 
     std::vector<storage::ScoreFields> records() {
@@ -132,7 +132,7 @@ TEST_F(HighScoreForm, EmptyTableShowsZerosAndAnUnnamedEntryIsStoredBlank) {
     }
 
     form().cmdOK.fireClick();
-    g.ui.settle();
+    g.ui.doEvents();
     expectHandedBack();
 
     storage::ScoreTable t = storage::readScoreTable(g.path(storage::kScoresFile));
@@ -160,10 +160,10 @@ TEST_F(HighScoreForm, NamesAreUpperCasedCutToTenAndGroupedScoresReadBack) {
 
     // A key other than Enter leaves the form open.
     form().cmdOK.fireKeyPress('x');
-    g.ui.settle();
+    g.ui.doEvents();
     EXPECT_TRUE(form().loaded());
     form().cmdOK.fireKeyPress(key::kEnter);
-    g.ui.settle();
+    g.ui.doEvents();
     expectHandedBack();
 
     auto recs = records();
@@ -206,7 +206,7 @@ TEST_F(HighScoreForm, ShowModeClosesItselfAfterFiveSecondsWithoutWriting) {
     bool openAfterFive = false;
     g.ui.at(opened + 5.0, [&] { openAfterFive = form().loaded(); });
     g.rt->dispatch([&] { form().show(); });
-    g.ui.settle();
+    g.ui.doEvents();
 
     EXPECT_TRUE(openAfterFive);
     EXPECT_GE(g.ui.now() - opened, 5.184);

@@ -23,6 +23,14 @@ void onlyOpen(Brindle& b, std::initializer_list<int> positions) {
     b.subRedrawCards();
 }
 
+// Fills the high-score file with five entries of 90000 ("ACE", best run 5); returns its bytes.
+std::string writeFullTable(TestGame& t) {
+    std::string five;
+    for (int k = 0; k < 5; ++k) five += " 90000 5ACE       " + std::string(30, '\0');
+    t.writeFile("Scores.log", five);
+    return five;
+}
+
 size_t countMessages(const TestGame& t, const std::string& text) {
     size_t n = 0;
     for (const auto& m : t.ui.messages) n += m.text == text;
@@ -242,9 +250,7 @@ TEST(Rounds, FastTakeScoreClicksEndOnlyOneRound) {
 
 TEST(Rounds, GameOverWithoutAHighScoreShowsTheTableAndANewGameFollows) {
     TestGame t;
-    std::string five;
-    for (int k = 0; k < 5; ++k) five += " 90000 5ACE       " + std::string(30, '\0');
-    t.writeFile("Scores.log", five);
+    writeFullTable(t);
     t.start();
     Brindle& b = t.table();
     auto& s = t.state().score;
@@ -300,9 +306,7 @@ namespace {
 
 TEST(Rounds, AnUnwritableScoreFileIsReportedAndPlayGoesOn) {
     TestGame t;
-    std::string five;
-    for (int k = 0; k < 5; ++k) five += " 90000 5ACE       " + std::string(30, '\0');
-    t.writeFile("Scores.log", five);
+    std::string five = writeFullTable(t);
     ::mkdir(t.path("Scores.log.tmp").c_str(), 0755);  // the replacement cannot be written
     t.start();
     auto& s = t.state().score;

@@ -67,10 +67,6 @@ void HeadlessUi::doEvents() {
     while (step(clock_, true)) runPosted();
 }
 
-void HeadlessUi::settle() {
-    doEvents();
-}
-
 void HeadlessUi::waitFor(const std::function<bool()>& done, double deadline) {
     double start = clock_;
     for (;;) {

@@ -54,8 +54,6 @@ class HeadlessUi : public Ui {
     void at(double moment, std::function<void()> event);
     // Runs the event loop for `seconds` of virtual time.
     void advance(double seconds);
-    // Runs what is posted and due now, without moving the clock.
-    void settle();
     // Called whenever the user interface is idle and the clock is about to jump: a player bot acts
     // from here. It may deliver user events.
     std::function<void()> agent;
