@@ -174,6 +174,12 @@ std::string RecordFile::get(long recordNumber) const {
     return record;
 }
 
+std::string RecordFile::getFirst(long count) const {
+    std::string all = readAll();
+    all.resize(static_cast<size_t>(std::max(0L, count)) * length_, '\0');
+    return all;
+}
+
 void RecordFile::put(long recordNumber, const std::string& record) {
     if (recordNumber < 1) raise(err::kBadFileName);
     std::string all = readAll();

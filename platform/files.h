@@ -29,6 +29,8 @@ class RecordFile {
   public:
     RecordFile(std::string path, size_t recordLength);
     std::string get(long recordNumber) const;
+    // Records 1 to `count` in one read, each beyond the end as zero bytes.
+    std::string getFirst(long count) const;
     void put(long recordNumber, const std::string& record);
     // Several records in one replacement of the file.
     void putAll(const std::vector<std::string>& records);

@@ -39,10 +39,8 @@ ScoreTable parseScoreTable(std::string_view fileBytes) {
 }
 
 ScoreTable readScoreTable(const std::string& path) {
-    RecordFile file(path, kScoreRecordLength);
-    std::string bytes;
-    for (int k = 1; k <= kScoreRecords; ++k) bytes += file.get(k);
-    return parseScoreTable(bytes);
+    RecordFile file(path, kScoreRecordLength);  // creates a missing file empty
+    return parseScoreTable(file.getFirst(kScoreRecords));
 }
 
 void writeScoreTable(const std::string& path, const ScoreTable& table) {
