@@ -89,7 +89,7 @@ void showMissingDirectoryAndEnd(Game& game) {
     lines[1] = "is missing or corrupt. Reinstall Brindlemoor";
     lines[2] = "from the installation diskettes or CD-ROM!";
     game.rt.msgBox(game.joinedMessage(3), mb::kInformation, "Missing Directory");
-    game.rt.end();
+    game.rt.end(Runtime::kExitFailure);
 }
 
 }  // namespace bm

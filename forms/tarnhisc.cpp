@@ -176,6 +176,12 @@ void Tarnhisc::Form_Activate() {
     if (loaded()) unload();
 }
 
+void Tarnhisc::Form_QueryUnload(int& cancel) {
+    // Showing the table only, the form closes itself on time; taking an entry, closing the window
+    // is the OK button.
+    if (game_.state.high.HighScoreEntry != 1) cancel = 1;
+}
+
 void Tarnhisc::Form_KeyDown(int& keyCode, int shift) {
     swallowMenuKeys(keyCode, shift);
 }

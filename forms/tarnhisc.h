@@ -29,6 +29,7 @@ class Tarnhisc : public Form {
     void Form_Load() override;
     void Form_Activate() override;
     void Form_Unload() override;
+    void Form_QueryUnload(int& cancel) override;
     void Form_KeyDown(int& keyCode, int shift) override;
     void TxbHighScore_Change();
     void TxbHighScore_KeyPress(int& keyAscii);

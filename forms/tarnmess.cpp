@@ -71,6 +71,11 @@ void Tarnmess::Form_Unload() {
     game_.state.score.ScreenReady = 1;
 }
 
+void Tarnmess::Form_QueryUnload(int& cancel) {
+    // The screen closes itself on time; the table waits for exactly that.
+    cancel = 1;
+}
+
 void Tarnmess::Form_KeyDown(int& keyCode, int shift) {
     swallowMenuKeys(keyCode, shift);
 }

@@ -17,6 +17,7 @@ class Tarnmess : public Form {
     void Form_Load() override;
     void Form_Activate() override;
     void Form_Unload() override;
+    void Form_QueryUnload(int& cancel) override;
     void Form_KeyDown(int& keyCode, int shift) override;
 
   private:

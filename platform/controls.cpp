@@ -219,6 +219,21 @@ void Timer::fire() {
     });
 }
 
+void OptionButton::setValue(bool v) {
+    if (value_ == v) return;
+    value_ = v;
+    changed();
+}
+
+CommonDialog::CommonDialog(Form& form, std::string name)
+    : Control(form, ControlKind::CommonDialog, std::move(name)) {
+    Control::setVisible(false);
+}
+
+void CommonDialog::ShowHelp() {
+    form().runtime().ui().openHelp(HelpFile, HelpCommand, HelpContext);
+}
+
 FileList::FileList(Form& form, std::string name)
     : Control(form, ControlKind::FileList, std::move(name)) {
     Control::setVisible(false);

@@ -22,7 +22,10 @@ enum class ControlKind {
     Panel,
     Gauge,
     Timer,
-    FileList
+    FileList,
+    OptionButton,
+    CommonDialog,
+    Shape
 };
 enum class Align { Left, Center, Right };
 
@@ -220,6 +223,35 @@ class Timer : public Control {
   private:
     int interval_ = 0;
     bool busy_ = false;
+};
+
+// A round option button; clicking it selects it.
+class OptionButton : public Control {
+  public:
+    OptionButton(Form& form, std::string name)
+        : Control(form, ControlKind::OptionButton, std::move(name)) {}
+    bool value() const { return value_; }
+    void setValue(bool v);
+
+  private:
+    bool value_ = false;
+};
+
+// A rectangle outline drawn over the form (the fore colour is the line's); it takes no input.
+class Shape : public Control {
+  public:
+    Shape(Form& form, std::string name) : Control(form, ControlKind::Shape, std::move(name)) {}
+};
+
+// The invisible common-dialog control, used to open the help file at a topic.
+class CommonDialog : public Control {
+  public:
+    CommonDialog(Form& form, std::string name);
+    std::string HelpFile;
+    int HelpCommand = 0;
+    int HelpContext = 0;
+    // Opens the help file with the command and context set above.
+    void ShowHelp();
 };
 
 // A hidden list of the files of a folder that match a pattern.

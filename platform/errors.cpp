@@ -4,6 +4,8 @@ namespace bm {
 
 std::string errorDescription(int number) {
     switch (number) {
+        case err::kInvalidProcedureCall:
+            return "Invalid procedure call or argument";
         case err::kOverflow:
             return "Overflow";
         case err::kSubscriptOutOfRange:
@@ -18,6 +20,10 @@ std::string errorDescription(int number) {
             return "File already open";
         case err::kDiskFull:
             return "Disk full";
+        case err::kInputPastEndOfFile:
+            return "Input past end of file";
+        case err::kBadRecordNumber:
+            return "Bad record number";
         case err::kDeviceUnavailable:
             return "Device unavailable";
         case err::kPermissionDenied:
@@ -39,6 +45,15 @@ RuntimeError::RuntimeError(int number, const std::string& description)
 
 void raise(int number) {
     throw RuntimeError(number);
+}
+
+int trapErrors(const std::function<void()>& statement) {
+    try {
+        statement();
+    } catch (const RuntimeError& e) {
+        return e.number();
+    }
+    return 0;
 }
 
 }  // namespace bm

@@ -1,11 +1,13 @@
 #pragma once
 // Numbered run-time errors, raised as exceptions and trapped by number where the game says so.
+#include <functional>
 #include <stdexcept>
 #include <string>
 
 namespace bm {
 
 namespace err {
+constexpr int kInvalidProcedureCall = 5;
 constexpr int kOverflow = 6;
 constexpr int kSubscriptOutOfRange = 9;
 constexpr int kTypeMismatch = 13;
@@ -13,6 +15,8 @@ constexpr int kBadFileName = 52;
 constexpr int kFileNotFound = 53;
 constexpr int kFileAlreadyOpen = 55;
 constexpr int kDiskFull = 61;
+constexpr int kInputPastEndOfFile = 62;
+constexpr int kBadRecordNumber = 63;
 constexpr int kDeviceUnavailable = 68;
 constexpr int kPermissionDenied = 70;
 constexpr int kPathFileAccess = 75;
@@ -33,6 +37,10 @@ class RuntimeError : public std::runtime_error {
 };
 
 [[noreturn]] void raise(int number);
+
+// Runs one statement with run-time errors trapped: returns the number of the error it raised, 0
+// when it raised none. What the statement did before the error stays done.
+int trapErrors(const std::function<void()>& statement);
 
 // Thrown to unwind every handler and wait once the program has been ended.
 struct ProgramEnded {};

@@ -7,6 +7,9 @@
 
 namespace bm {
 
+// Only regular files (also through a link) count as files here: a folder, a pipe or a device under
+// the name is treated as no file at all.
+
 // Length of a file in bytes; error 53 when it does not exist.
 long long fileLen(const std::string& path);
 bool fileExists(const std::string& path);
@@ -21,10 +24,13 @@ void killFile(const std::string& path);
 std::vector<std::string> listFiles(const std::string& folder, const std::string& patterns);
 bool matchesPattern(const std::string& name, const std::string& pattern);
 
-// A file of fixed-length records, numbered from 1. Opening creates a missing file with length 0
-// (error 76 when its folder does not exist). A record beyond the end reads as zero bytes.
-// Every write replaces the whole file through a temporary file renamed into place, so a failed or
-// interrupted write leaves the previous contents intact. Write failures raise 75 (or 70, 61).
+// A file of fixed-length records, numbered from 1. Opening creates a missing file with length 0,
+// readable and writable by its owner only (error 76 when its folder does not exist); a link or
+// anything else already under the name is left as it is. Reads take only the bytes of the records
+// asked for; a record beyond the end reads as zero bytes. A file that is not a regular file (a
+// pipe, a device, a folder) cannot be read: error 75. Record numbers below 1 or beyond the first
+// MiB of the file raise 63. Every write replaces the whole file through writeFileAtomically, so a
+// failed or interrupted write leaves the previous contents intact.
 class RecordFile {
   public:
     RecordFile(std::string path, size_t recordLength);
@@ -37,14 +43,22 @@ class RecordFile {
     const std::string& path() const { return path_; }
 
   private:
-    std::string readAll() const;
-    void replace(const std::string& contents) const;
+    size_t offsetOf(long recordNumber) const;
+    std::string read(size_t offset, size_t length) const;
+    // The file's bytes as a write keeps them, zero-padded to at least `atLeast`.
+    std::string keptContents(size_t atLeast) const;
+    void putRecords(size_t at, const std::vector<std::string>& records);
     std::string path_;
     size_t length_;
 };
 
-// Writes `contents` to `path` through a temporary file in the same folder, flushed and renamed
-// into place. Raises 70 (no permission), 61 (disk full) or 75 (other failures).
+// Writes `contents` to `path` through a temporary file in the same folder, created exclusively
+// under a unique name, synced and renamed into place; the folder is synced after the rename. The
+// file keeps the mode of the one it replaces; a new one is for its owner only.
+// Temporary files that an interrupted earlier write of `path` left behind are removed.
+// The file replaced must be a regular file that could be opened for writing: a read-only file
+// raises 70, a link or anything that is not a regular file 75, and either stays as it was.
+// Other failures raise 70 (no permission), 61 (disk full) or 75, and leave `path` untouched.
 void writeFileAtomically(const std::string& path, const std::string& contents);
 
 struct PictureInfo {
@@ -61,6 +75,8 @@ PictureInfo probePictureBytes(const std::string& bytes);
 double waveDuration(const std::string& path);
 double waveDurationBytes(const std::string& bytes);
 
+// The first `maxBytes` bytes of a regular file; empty when it is missing, unreadable or not a
+// regular file.
 std::string readFileBytes(const std::string& path, size_t maxBytes = 64 << 20);
 
 }  // namespace bm

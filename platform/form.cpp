@@ -61,7 +61,12 @@ void Form::hide() {
 }
 
 void Form::unload() {
-    if (!loaded_) return;
+    if (!loaded_ || unloading_) return;
+    unloading_ = true;
+    struct Done {
+        bool& flag;
+        ~Done() { flag = false; }
+    } done{unloading_};
     Form_Unload();
     for (Control* c : controls_)
         if (c->kind() == ControlKind::Timer) c->setEnabled(false);
@@ -69,6 +74,16 @@ void Form::unload() {
     visible_ = false;
     runtime_.ui().formChanged(*this);
     runtime_.formHidden(*this);
+    runtime_.formUnloaded();
+}
+
+void Form::requestClose() {
+    if (!acceptsInput()) return;  // a disabled window cannot be closed
+    runtime_.dispatch([this] {
+        int cancel = 0;
+        Form_QueryUnload(cancel);
+        if (!cancel) unload();
+    });
 }
 
 void Form::setEnabled(bool e) {
@@ -96,6 +111,10 @@ bool Form::acceptsInput() const {
 
 void Form::fireMouseDown(int button, int shift, double x, double y) {
     if (acceptsInput()) runtime_.dispatch([&] { Form_MouseDown(button, shift, x, y); });
+}
+
+void Form::firePressItem(size_t index) {
+    if (acceptsInput()) runtime_.dispatch([&] { pressAccessibleItem(index); });
 }
 
 void Form::fireDblClick() {

@@ -15,6 +15,17 @@ class Runtime;
 
 enum class Border { None, Fixed, Sizable, Tool };
 
+// A part of a form's own drawing that assistive technology can find, read and press: the cards of
+// the table are drawn, not controls, so the form lists them itself.
+struct AccessibleItem {
+    std::string name;                              // "Seven of Hearts", "Face-down card"
+    std::string description;                       // "Playable", "Not playable"
+    int left = 0, top = 0, width = 0, height = 0;  // in form pixels
+    bool pressable = false;
+    bool shown = true;     // false for a place left empty
+    bool focused = false;  // the form's keyboard mark rests on it
+};
+
 class Form {
   public:
     Form(Runtime& runtime, std::string name);
@@ -27,6 +38,7 @@ class Form {
     const std::vector<Control*>& controls() const { return controls_; }
     Control* control(const std::string& name) const;
     Surface& surface() { return surface_; }
+    const Surface& surface() const { return surface_; }
 
     // Design data.
     const std::string& caption() const { return caption_; }
@@ -52,6 +64,9 @@ class Form {
     void show();
     void hide();
     void unload();
+    // A request to close the window from outside the game (the window's close button, the window
+    // manager). Form_QueryUnload may refuse it; otherwise the form unloads.
+    void requestClose();
     void setEnabled(bool e);
     // Enables the form, brings it to the front and makes it the active form.
     void activate();
@@ -71,9 +86,17 @@ class Form {
     virtual void Form_Load() {}
     virtual void Form_Activate() {}
     virtual void Form_Unload() {}
+    // Runs before a close request unloads the form; setting `cancel` keeps the form open.
+    virtual void Form_QueryUnload(int& /*cancel*/) {}
     virtual void Form_MouseDown(int /*button*/, int /*shift*/, double /*x*/, double /*y*/) {}
     virtual void Form_DblClick() {}
     virtual void Form_KeyDown(int& /*keyCode*/, int /*shift*/) {}
+
+    // The form's drawn parts for assistive technology, and pressing one of them (as a click on it).
+    virtual std::vector<AccessibleItem> accessibleItems() const { return {}; }
+    virtual void pressAccessibleItem(size_t /*index*/) {}
+    // Delivers an item press through the dispatcher, like any user event.
+    void firePressItem(size_t index);
 
     void registerControl(Control& c) { controls_.push_back(&c); }
 
@@ -94,6 +117,7 @@ class Form {
     Border border_ = Border::Fixed;
     Form* owner_ = nullptr;
     bool loaded_ = false;
+    bool unloading_ = false;  // Form_Unload is running: a second unload is the same one
     bool visible_ = false;
     bool enabled_ = true;
     Control* focused_ = nullptr;

@@ -25,22 +25,22 @@ void Runtime::dispatch(const std::function<void()>& handler) {
                            kTitle);
             } catch (...) {
             }
-            ended_ = true;
-            ui_.endProgram();
+            quit(kExitFailure);
         }
     } catch (const ProgramEnded&) {
     }
     --depth_;
 }
 
-void Runtime::quit() {
+void Runtime::quit(int exitCode) {
     if (ended_) return;
     ended_ = true;
+    exitCode_ = exitCode;
     ui_.endProgram();
 }
 
-void Runtime::end() {
-    quit();
+void Runtime::end(int exitCode) {
+    quit(exitCode);
     throw ProgramEnded{};
 }
 
@@ -54,14 +54,24 @@ void Runtime::doEvents() {
     checkEnded();
 }
 
+namespace {
+struct WaitCount {
+    explicit WaitCount(int& n) : n_(n) { ++n_; }
+    ~WaitCount() { --n_; }
+    int& n_;
+};
+}  // namespace
+
 void Runtime::waitFor(const std::function<bool()>& done) {
     checkEnded();
+    WaitCount count(waits_);
     ui_.waitFor([&] { return ended_ || done(); }, std::numeric_limits<double>::infinity());
     checkEnded();
 }
 
 void Runtime::waitSeconds(double seconds) {
     checkEnded();
+    WaitCount count(waits_);
     double until = ui_.now() + seconds;
     ui_.waitFor([&] { return ended_; }, until);
     checkEnded();
@@ -69,6 +79,7 @@ void Runtime::waitSeconds(double seconds) {
 
 void Runtime::playSound(const std::string& path, int flags) {
     checkEnded();
+    WaitCount count(waits_);
     ui_.playSound(path, flags);
     checkEnded();
 }
@@ -96,6 +107,11 @@ void Runtime::formHidden(Form& f) {
             return;
         }
     }
+}
+
+void Runtime::formUnloaded() {
+    if (std::none_of(forms_.begin(), forms_.end(), [](const Form* f) { return f->loaded(); }))
+        quit();
 }
 
 void Runtime::setActive(Form* f) {

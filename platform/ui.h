@@ -1,6 +1,7 @@
 #pragma once
 // Every operation the game asks of a user interface. One implementation drives real windows, the
 // other runs on a virtual clock for tests and tools.
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -30,6 +31,27 @@ constexpr int kAnswerYes = 6;
 constexpr int kAnswerNo = 7;
 }  // namespace mb
 
+// One value read from the system's registry.
+struct RegistryValue {
+    enum Status { kOk, kNoKey, kNoValue };
+    Status status = kNoKey;
+    int type = 0;      // 1 text, 4 a 32-bit number, others as the registry has them
+    std::string data;  // the value's bytes as stored, a text with its closing zero
+};
+namespace reg {
+constexpr uint32_t kLocalMachine = 0x80000002u;
+constexpr int kText = 1;
+constexpr int kNumber = 4;
+}  // namespace reg
+
+// What a picture printout holds: a title above the picture and a text below it.
+struct PrintJob {
+    std::string title;
+    std::string picture;  // the picture file
+    std::string text;
+    std::string font = "Arial";
+};
+
 class Ui {
   public:
     virtual ~Ui() = default;
@@ -45,6 +67,9 @@ class Ui {
     virtual void pauseUntil(double deadline) = 0;
     // Runs fn after the event being handled has finished.
     virtual void post(std::function<void()> fn) = 0;
+    // Runs `work` away from the user-interface thread, then `done` on it. `work` must only touch
+    // what it owns; `done` runs like any other event (and not at all once the program has ended).
+    virtual void runInBackground(std::function<void()> work, std::function<void()> done) = 0;
 
     // Announcements of model changes, for the views.
     virtual void formChanged(Form& form) = 0;
@@ -69,6 +94,12 @@ class Ui {
     virtual void releaseCards() = 0;
     virtual void openHelp(const std::string& file, int command, int context) = 0;
     virtual bool startProgram(const std::string& path) = 0;
+    // Reads a value of the system's registry (a system without one answers kNoKey).
+    virtual RegistryValue readRegistry(uint32_t root, const std::string& key,
+                                       const std::string& valueName) = 0;
+    // Prints a picture with its title and text, after the user chose a printer; false when the
+    // user cancelled or printing failed.
+    virtual bool printPicture(const PrintJob& job) = 0;
     // Closes every window; the runtime then unwinds whatever is running.
     virtual void endProgram() = 0;
 };

@@ -126,7 +126,14 @@ std::string trim(std::string_view text) {
 
 std::string ucase(std::string_view text) {
     std::string out(text);
-    for (char& c : out) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    for (char& c : out) {
+        const auto b = static_cast<unsigned char>(c);
+        // Latin-1 letters: a-z, and the accented small letters from 0xE0 up to 0xFE but the
+        // division sign 0xF7. Small sharp s (0xDF) and y with diaeresis (0xFF) have no capital in
+        // the code page and stay as they are.
+        if ((b >= 'a' && b <= 'z') || (b >= 0xE0 && b <= 0xFE && b != 0xF7))
+            c = static_cast<char>(b - 0x20);
+    }
     return out;
 }
 

@@ -28,6 +28,8 @@ double val(std::string_view text);
 double toNumber(std::string_view text);
 
 std::string trim(std::string_view text);  // blanks at both ends
+// Upper case in the single-byte code page of the game's files (Latin-1): "j\xFCrgen" becomes
+// "J\xDCRGEN".
 std::string ucase(std::string_view text);
 // A text cut or padded with blanks to exactly `width` characters.
 std::string fixedText(std::string_view text, size_t width);

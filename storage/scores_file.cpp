@@ -40,6 +40,9 @@ ScoreTable parseScoreTable(std::string_view fileBytes) {
 
 ScoreTable readScoreTable(const std::string& path) {
     RecordFile file(path, kScoreRecordLength);  // creates a missing file empty
+    // A pipe, a device or a folder under the name holds no table: it reads like an empty file,
+    // which falls back to the defaults as a damaged one does.
+    if (!fileExists(path)) return parseScoreTable({});
     return parseScoreTable(file.getFirst(kScoreRecords));
 }
 

@@ -36,7 +36,8 @@ ScoreTable defaultScoreTable();
 ScoreTable parseScoreTable(std::string_view fileBytes);
 // Reads the table from the file at `path` the way the game does: the file is created empty when it
 // is missing; a Score or Run field that is not a number raises error 13 (the caller falls back to
-// the defaults); other file errors raise their own numbers.
+// the defaults), and so does anything under the name that is not a regular file; other file errors
+// raise their own numbers. Only the five records are read, however long the file is.
 ScoreTable readScoreTable(const std::string& path);
 // Writes all five records in one replacement of the file.
 void writeScoreTable(const std::string& path, const ScoreTable& table);

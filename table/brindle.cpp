@@ -1,5 +1,7 @@
 #include "table/brindle.h"
 
+#include <tuple>
+
 #include "platform/errors.h"
 #include "platform/files.h"
 #include "platform/runtime.h"
@@ -105,6 +107,21 @@ void Brindle::design() {
     LbHiName.setFont({9, true, false, false});
     LbHiName.setAlignment(Align::Right);
     LbHiName.setAccessibleName("High score name");
+    // Empty until the first round of the run has ended.
+    captionLabel(LbBestCaption, x, 336, w, "");
+    LbBestCaption.setAccessibleName("Best possible caption");
+    valueLabel(LbBest, x, 352, w, 12);
+    LbBest.setCaption("");
+    LbBest.setAccessibleName("Best possible score");
+    for (auto [shape, colour, name] : {std::tuple{&ShpFocus, 0xFFE23Du, "Keyboard focus"},
+                                       std::tuple{&ShpHint, 0x4FC3F7u, "Hint"}}) {
+        shape->move(0, 0, kCardWidth, kCardHeight);
+        shape->setForeColor(colour);
+        shape->setVisible(false);
+        shape->setAccessibleName(name);
+    }
+    intFocusPos = -1;
+    intHintPos = -1;
 
     for (Label* cheer : {&LbExpress1, &LbExpress2}) {
         cheer->setTransparent(true);
@@ -206,6 +223,9 @@ void Brindle::Form_Load() {
     s.CastleBonus = 0;
     s.ShowHighScores = 0;
     s.TitleShifted = 0;
+    // A table loaded again after an unload (which leaves 2 here) starts like the first one: with
+    // its "Get ready..." screen, and with card play and the take-score button working.
+    if (s.ScreenReady == 2) s.ScreenReady = 0;
     g_.high.HighScores = {};
     g_.high.HighNames = {};
     g_.high.HighScoreEntry = 1;
@@ -223,7 +243,7 @@ void Brindle::Form_Load() {
     Gauge1.setValue(0);
     Timer1.setEnabled(false);
     subNewCards();
-    // The start menu would be unloaded here; the table is the first window for now.
+    game_.unloadMenu();
 }
 
 void Brindle::Form_Activate() {
@@ -239,12 +259,19 @@ void Brindle::Form_Unload() {
     runtime().ui().releaseCards();
     g_.menu.intMenuReturn = 1;
     g_.score.ScreenReady = 2;
-    // Without a start menu to go back to, closing the table ends the program.
-    runtime().quit();
+    game_.showMenu();
+}
+
+void Brindle::Form_QueryUnload(int& cancel) {
+    // While a round end, a castle fanfare or a message screen is under way, the procedure that
+    // waits for it still runs on this table: closing it then would pull the table out from under
+    // that procedure.
+    if (runtime().waitDepth() > 0) cancel = 1;
 }
 
 void Brindle::Form_KeyDown(int& keyCode, int shift) {
     swallowMenuKeys(keyCode, shift);
+    if (keyCode != 0 && shift == 0 && subKeyPlay(keyCode)) keyCode = 0;
 }
 
 int32_t Brindle::faceCode(int value) const {
@@ -352,6 +379,8 @@ void Brindle::subNewCards() {
     subCardPositions();
     intCardState.fill(1);
     for (size_t p = 0; p <= 19; ++p) intCardState[p] = 0;
+
+    dealSettled();
 }
 
 void Brindle::subRedrawCards() {

@@ -58,6 +58,12 @@ class Brindle : public Form {
     std::array<Timer, 5> TimerCastle{Timer{*this, "TimerCastle1"}, Timer{*this, "TimerCastle2"},
                                      Timer{*this, "TimerCastle3"}, Timer{*this, "TimerCastle4"},
                                      Timer{*this, "TimerCastle5"}};
+    // What the last round's deal allowed, shown once a round has ended.
+    Label LbBestCaption{*this, "LbBestCaption"};
+    Label LbBest{*this, "LbBest"};
+    // The keyboard's focus mark and the hint's highlight, over the cards.
+    Shape ShpHint{*this, "ShpHint"};
+    Shape ShpFocus{*this, "ShpFocus"};
 
     // Form-level variables.
     std::array<int32_t, 52> lngCardX{};
@@ -66,11 +72,16 @@ class Brindle : public Form {
     int16_t intStackCard = 0;
     int16_t intCardRow = 0;
     int16_t intStackCount = 0;
+    // The card under the keyboard's focus mark and the card the hint proposes: a layout position,
+    // 51 for the open card and the pile, -1 for none.
+    int16_t intFocusPos = -1;
+    int16_t intHintPos = -1;
 
     // Events.
     void Form_Load() override;
     void Form_Activate() override;
     void Form_Unload() override;
+    void Form_QueryUnload(int& cancel) override;
     void Form_MouseDown(int button, int shift, double x, double y) override;
     void Form_KeyDown(int& keyCode, int shift) override;
     void PicStack_MouseDown(int button, int shift, double x, double y);
@@ -107,6 +118,26 @@ class Brindle : public Form {
     void subNewRound();
     void subCallHiLo();
 
+    // Keyboard play and the hint. Arrow keys move the focus mark over the face-up cards and the
+    // open card; Enter or Space plays the marked card as a click on it would; T turns the next pile
+    // card; H asks for a hint.
+    bool subKeyPlay(int keyCode);
+    void moveFocus(int dx, int dy);
+    void playPosition(int position);
+    void requestHint();
+    // Where a keyboard or hint mark goes for a position, in form pixels.
+    void markRect(int position, int& x, int& y) const;
+    // Face-up layout cards and the open card: what the focus can rest on.
+    bool focusable(int position) const;
+    // The layout's cards and the open card with the pile, for assistive technology; pressing one
+    // plays it as a click would, and pressing the open card turns the next pile card.
+    std::vector<AccessibleItem> accessibleItems() const override;
+    void pressAccessibleItem(size_t index) override;
+    // "Seven of Hearts".
+    static std::string cardName(int value);
+    // Takes note of a fresh deal: what the round's best score is measured on.
+    void dealSettled();
+
     // The face code of a card value: error 9 when the offset takes it outside the map.
     int32_t faceCode(int value) const;
     // Shows "N CARDS LEFT" / "1 CARD LEFT" on the stack picture.
@@ -121,8 +152,17 @@ class Brindle : public Form {
     // Loads a picture into a control; error 53 when missing, 481 when not a picture.
     void loadPicture(Control& control, const std::string& file);
     void design() override;
+    // Keeps the marks on cards that are still there after a move or a deal.
+    void updateMarks();
+    // Starts working out, away from the player, the best score the round's deal allowed.
+    void startBestPossible();
 
     Game& game_;
+    std::array<int16_t, 52> dealtDeck_{};  // the round's deal as dealt
+    int32_t roundStartScore_ = 0;
+    bool roundStarted_ = false;  // the round's first move has been made
+    int bestSerial_ = 0;         // the newest best-score request; older answers are dropped
+    int hintSerial_ = 0;
     GameState& g_;
 };
 

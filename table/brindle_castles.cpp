@@ -51,6 +51,7 @@ void Brindle::subCastleBonus(Label& label) {
     LbScore.setCaption(formatNumber(static_cast<double>(s.Score) + s.CastleBonus, "##,##"));
     LbScore.refresh();
     s.Score = i32(static_cast<long long>(s.Score) + s.CastleBonus);
+    startBestPossible();
     subGetScore();
     subCallHiLo();
     afterBonus(RoundEndSource::Castle);
@@ -121,7 +122,7 @@ void Brindle::subNewCastleImg() {
     auto& rt = runtime();
     if (File1.listCount() < 5) {
         rt.msgBox("Some image files are missing - you must re-install Brindlemoor!", mb::kOk);
-        rt.end();
+        rt.end(Runtime::kExitFailure);
     }
     for (size_t k = 0; k < 5; ++k)
         ImgCastle[k].move(8 + 124 * static_cast<int>(k), ImgCastle[k].top(), 121,

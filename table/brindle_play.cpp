@@ -69,6 +69,13 @@ void Brindle::subMoveCards(int16_t& position) {
     auto& s = g_.score;
     // The first move of a round starts the round clock.
     Timer1.setEnabled(true);
+    if (!roundStarted_) {
+        roundStartScore_ = s.Score;
+        roundStarted_ = true;
+    }
+    // A hint is for the table before the move.
+    intHintPos = -1;
+    ++hintSerial_;
 
     if (position == 51) {
         if (intStackCount < 26) {
@@ -92,6 +99,7 @@ void Brindle::subMoveCards(int16_t& position) {
         s.Run = 0;
         LbRun.setCaption(std::to_string(s.Run));
         TimerNewCard.setEnabled(true);
+        updateMarks();
         return;
     }
 
@@ -149,6 +157,7 @@ void Brindle::subMoveCards(int16_t& position) {
 
     subRedrawCards();
     subUpdateScores();
+    updateMarks();
 
     if (position <= 4) {
         size_t k = static_cast<size_t>(position);

@@ -1,7 +1,5 @@
 // Rounds: the message screen between rounds, setting up the next round, the round-end dispatch,
 // game over, the take-score button and the title.
-#include "forms/tarnhisc.h"
-#include "forms/tarnmess.h"
 #include "platform/errors.h"
 #include "platform/runtime.h"
 #include "platform/vb.h"
@@ -17,10 +15,7 @@ void Brindle::subShowAttScreen(const std::string& message) {
     if (s.RoundState != 0)
         for (Panel& p : PanCastle) p.setEnabled(false);
     setEnabled(false);
-    Tarnmess& screen = game_.tarnmess();
-    screen.load();
-    screen.LbMessage.setCaption(message);
-    screen.show();
+    game_.showMessageScreen(message);
     runtime().waitFor([&] { return s.ScreenReady == 1; });
 }
 
@@ -84,6 +79,7 @@ void Brindle::subNewRound() {
 
 void Brindle::roundEnd(RoundEndSource source) {
     if (g_.score.RoundState != 1) {
+        startBestPossible();
         subGetScore();
         subCallHiLo();
     }
@@ -143,9 +139,7 @@ void Brindle::gameOver() {
     }
     s.ShowHighScores = 1;
     setEnabled(false);
-    Tarnhisc& scores = game_.tarnhisc();
-    scores.load();
-    scores.show();
+    game_.showHighScores();
 }
 
 void Brindle::subCallHiLo() {

@@ -1,25 +1,8 @@
 #include "table/game.h"
 
-#include "forms/tarnhisc.h"
-#include "forms/tarnmess.h"
 #include "platform/runtime.h"
-#include "table/brindle.h"
-#include "table/hilo.h"
 
 namespace bm {
-
-Game::Game(Runtime& runtime)
-    : rt(runtime),
-      brindle_(std::make_unique<Brindle>(*this)),
-      hilo_(std::make_unique<HiLo>(*this)),
-      tarnmess_(std::make_unique<Tarnmess>(*this)),
-      tarnhisc_(std::make_unique<Tarnhisc>(*this)) {}
-
-Game::~Game() = default;
-
-void Game::start() {
-    rt.dispatch([this] { brindle_->show(); });
-}
 
 void Game::reportScoresNotSaved(const std::string& reason) {
     rt.msgBox("The high scores could not be saved (" + reason +

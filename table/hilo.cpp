@@ -33,6 +33,19 @@ HiLo::HiLo(Game& game)
     Timer2.onTimer = [this] { Timer2_Timer(); };
 }
 
+std::vector<AccessibleItem> HiLo::accessibleItems() const {
+    AccessibleItem card;
+    card.left = kCardX;
+    card.top = kCardY;
+    card.width = kCardWidth;
+    card.height = kCardHeight;
+    card.name = "Face-down card";
+    const auto& draws = surface().draws();
+    if (!draws.empty() && draws.back().mode == 0)
+        card.name = "Card: " + Brindle::cardName(draws.back().code);
+    return {card};
+}
+
 void HiLo::design() {
     setCaption("     High/Low Card");
     setBorder(Border::Fixed);

@@ -31,6 +31,8 @@ class HiLo : public Form {
     void Form_Activate() override;
     void Form_Unload() override;
     void Form_KeyDown(int& keyCode, int shift) override;
+    // The flickering card, for assistive technology.
+    std::vector<AccessibleItem> accessibleItems() const override;
     void CmdDouble_Click();
     void CmdHigh_Click();
     void CmdLow_Click();

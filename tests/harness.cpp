@@ -2,10 +2,12 @@
 
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
 
+#include "forms/tarnmenu.h"
 #include "platform/errors.h"
 #include "table/brindle.h"
 
@@ -31,12 +33,7 @@ void save(const std::string& path, const std::string& bytes) {
 }  // namespace
 
 int errorOf(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const RuntimeError& e) {
-        return e.number();
-    }
-    return 0;
+    return trapErrors(f);
 }
 
 void writeBmp(const std::string& path, int width, int height) {
@@ -84,8 +81,10 @@ void writeWave(const std::string& path, double seconds) {
 }
 
 TestGame::TestGame(Options options) {
-    char tmpl[] = "/tmp/bm-test-XXXXXX";
-    if (!::mkdtemp(tmpl)) throw std::runtime_error("no temporary folder");
+    // TMPDIR may point at a memory file system, where the synced saves of a long soak cost little.
+    const char* tmp = std::getenv("TMPDIR");
+    std::string tmpl = std::string(tmp && *tmp ? tmp : "/tmp") + "/bm-test-XXXXXX";
+    if (!::mkdtemp(tmpl.data())) throw std::runtime_error("no temporary folder");
     folder = tmpl;
     if (options.assets) {
         const std::pair<const char*, double> sounds[] = {
@@ -106,7 +105,7 @@ TestGame::TestGame(Options options) {
         }
     }
     rt = std::make_unique<Runtime>(ui, folder);
-    game = std::make_unique<Game>(*rt);
+    game = std::make_unique<Program>(*rt);
 }
 
 TestGame::~TestGame() {
@@ -120,15 +119,24 @@ Brindle& TestGame::table() {
     return game->brindle();
 }
 
-void TestGame::start() {
+void TestGame::launch() {
     game->start();
+    ui.advance(0.01);
+}
+
+void TestGame::start() {
+    launch();
+    game->tarnmenu().CmdStart.fireClick();
     ui.advance(6.0);
 }
 
 void TestGame::setDeck(const std::array<int16_t, 52>& deck) {
-    Brindle& t = table();
-    auto& c = state().cards;
-    c.intDeck = deck;
+    layDeck(*game, deck);
+}
+
+void layDeck(Game& game, const std::array<int16_t, 52>& deck) {
+    Brindle& t = game.brindle();
+    game.state.cards.intDeck = deck;
     t.intCardState.fill(1);
     for (size_t p = 0; p <= 19; ++p) t.intCardState[p] = 0;
     t.intStackCard = deck[51];
@@ -136,6 +144,7 @@ void TestGame::setDeck(const std::array<int16_t, 52>& deck) {
     t.showCardsLeft();
     t.subRedrawCards();
     t.PicStack.surface().drawCard(52, 0, deck[51], 0, 0);
+    t.dealSettled();
 }
 
 std::array<int16_t, 52> TestGame::deckFromRanks(const std::array<int, 52>& ranks) {

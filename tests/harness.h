@@ -12,7 +12,7 @@
 
 #include "platform/headless/headless_ui.h"
 #include "platform/runtime.h"
-#include "table/game.h"
+#include "program/program.h"
 
 namespace bm::test {
 
@@ -31,6 +31,10 @@ struct Options {
     int pictures = 6;    // pictures in the images folder
 };
 
+// Lays out a known deck on the table of `game`, as a fresh deal would leave it: values for
+// positions 0..51 (51 is the open stack card).
+void layDeck(Game& game, const std::array<int16_t, 52>& deck);
+
 class TestGame {
   public:
     explicit TestGame(Options options = {});
@@ -39,13 +43,15 @@ class TestGame {
     std::string folder;  // the program folder
     HeadlessUi ui;
     std::unique_ptr<Runtime> rt;
-    std::unique_ptr<Game> game;
+    std::unique_ptr<Program> game;
 
     Brindle& table();
     GameState& state() { return game->state; }
     std::string path(const std::string& name) const { return folder + "/" + name; }
 
-    // Starts the game and lets the opening "Get ready..." screen close.
+    // Starts the program: it stops at the start menu.
+    void launch();
+    // Starts the program, presses "Start Game" and lets the opening "Get ready..." screen close.
     void start();
     // Lays out a known deck: values for positions 0..51 (51 is the open stack card), then
     // redraws the table as a fresh deal would leave it.

@@ -229,6 +229,7 @@ TEST_F(HighScoreForm, UnwritableFileKeepsTheOldTableAndClosesNormally) {
     setTable({900, 800, 700, 600, 500}, {"A", "B", "C", "D", "E"}, 0);
     fs::remove(g.path(storage::kScoresFile));
     fs::create_directory(g.path(storage::kScoresFile));
+    g.ui.answers = {mb::kAnswerOk};
     open(1, 950);
     type("new");
     pressEnter();
@@ -273,6 +274,7 @@ TEST_F(HighScoreForm, CorruptPictureIsReportedAndTheEntryGoesOn) {
     for (const auto& f : fs::directory_iterator(g.path("images")))
         if (f.path().extension() != ".log")
             g.writeFile("images/" + f.path().filename().string(), "junk");
+    g.ui.answers = {mb::kAnswerOk};
     setTable({900, 800, 700, 600, 500}, {"A", "B", "C", "D", "E"}, 0);
     open(1, 550);
 

@@ -196,6 +196,7 @@ TEST_F(HiLoGame, ClosingTheFormWhileItFlickersSettlesNothing) {
 
 TEST_F(HiLoGame, ACardLibraryFailureIsReportedAtEveryStepAndTheFlickerGoesOn) {
     t.ui.cardsFail = true;
+    t.ui.answers.assign(2, mb::kAnswerOk);
     gamble(1, 10, 40, 2, kHigh);
     size_t errors = 0;
     for (const auto& m : t.ui.messages) errors += m.text == "Error";

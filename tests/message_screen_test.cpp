@@ -172,6 +172,7 @@ TEST(MessageScreen, CorruptPictureIsReportedAndTheScreenGoesOnWithoutIt) {
     // Every picture is garbage, so whichever is drawn cannot be shown.
     for (int k = 0; k < 5; ++k)
         g.writeFile("images/bad" + std::to_string(k) + ".bmp", "not a picture");
+    g.ui.answers = {mb::kAnswerOk};
     Tarnmess& screen = g.game->tarnmess();
     bool checked = false;
     g.ui.at(g.ui.now() + 1, [&] {
@@ -199,6 +200,7 @@ TEST(MessageScreen, ListedPictureThatIsGoneEndsTheProgram) {
     g.start();
     ASSERT_GT(g.table().File1.listCount(), 0);
     clearImages(g);
+    g.ui.answers = {mb::kAnswerOk};
     showScreen(g, "Get ready for Round 2");
     ASSERT_EQ(g.ui.messages.size(), 1u);
     EXPECT_EQ(g.ui.messages[0].text, kMissingDirectoryText);
@@ -214,6 +216,7 @@ TEST(MessageScreen, MissingImagesFolderEndsTheProgramAtTheFirstScreen) {
     // entry to draw.
     TestGame g;
     fs::remove_all(g.path("images"));
+    g.ui.answers = {mb::kAnswerOk};
     g.start();
     ASSERT_FALSE(g.ui.messages.empty());
     EXPECT_EQ(g.ui.messages.back().text, kMissingDirectoryText);
@@ -225,6 +228,7 @@ TEST(MessageScreen, PictureErrorsAreHandledByNumber) {
     TestGame g;
     g.start();
     g.state().fit.lastFile = "pic3.gif";
+    g.ui.answers.assign(2, mb::kAnswerOk);
     EXPECT_TRUE(handlePictureError(*g.game, RuntimeError(err::kInvalidPicture)));
     ASSERT_EQ(g.ui.messages.size(), 1u);
     EXPECT_EQ(g.ui.messages[0].title, "Missing File ( pic3.gif )");

@@ -4,10 +4,14 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QFile>
+#include <QGuiApplication>
 #include <QImage>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPainter>
 #include <QPushButton>
+#include <QScreen>
 #include <QTemporaryDir>
 #include <QTest>
 #include <cstdint>
@@ -19,8 +23,10 @@
 #include "platform/controls.h"
 #include "platform/errors.h"
 #include "platform/form.h"
+#include "platform/qt/card_painter.h"
 #include "platform/qt/form_window.h"
 #include "platform/qt/qt_ui.h"
+#include "platform/qt/sound.h"
 #include "platform/runtime.h"
 
 namespace {
@@ -162,6 +168,107 @@ TEST_F(QtUiTest, CardsArePaintedWhereTheSurfaceSays) {
     EXPECT_EQ(cyanShare(card), 0.0);
 }
 
+TEST_F(QtUiTest, ANewSizeShowsItsCardsAtOnceAndSharpensThemAfter) {
+    const QColor cyan(0x00, 0xFF, 0xFF);
+    auto waitForCards = [&] {
+        QObject receiver;
+        bool done = false;
+        bm::qt::whenCardsRendered(&receiver, [&] { done = true; });
+        ui.waitFor([&] { return done; }, ui.now() + 10);
+        return done;
+    };
+    setScale2();
+    form.surface().drawCard(120, 40, 54, 1, 0x00FFFF);
+    window().grab();
+    ASSERT_TRUE(waitForCards());
+
+    // At 2.6 the card lies at (65 + 120 * 2.6, 40 * 2.6), 184 x 249 device pixels.
+    window().resize(650, 390);  // and grabbed at once: the worker's cards arrive through events
+    const QImage standIn = window().grab().toImage();
+    // The card as the cache renders it at 2.6 (in 1/64 steps), made here without the cache.
+    QImage exact(184, 249, QImage::Format_ARGB32_Premultiplied);
+    exact.fill(Qt::transparent);
+    {
+        QPainter p(&exact);
+        p.scale(184.0 / bm::qt::kCardWidth, 249.0 / bm::qt::kCardHeight);
+        bm::qt::paintCard(p, 0, 0, 54, 1, cyan);
+    }
+    auto differing = [&](const QImage& shot) {
+        int n = 0;
+        for (int y = 6; y < exact.height() - 6; ++y)
+            for (int x = 6; x < exact.width() - 6; ++x)
+                n += shot.pixel(377 + x, 104 + y) != exact.pixel(x, y);
+        return n;
+    };
+    EXPECT_GT(differing(standIn), 0);  // the card from the nearest size, stretched
+    ASSERT_TRUE(waitForCards());
+    const QImage sharp = window().grab().toImage();
+    EXPECT_EQ(differing(sharp), 0);  // then exactly the card of this size
+    // Once the size has settled the table is composed once and copied from then on: same picture.
+    ui.waitFor([] { return false; }, ui.now() + 0.6);
+    EXPECT_EQ(window().grab().toImage(), sharp);
+
+    // Removing the card repaints the felt where it lay.
+    form.surface().drawCard(120, 40, 0, 8, 0x008000);
+    EXPECT_EQ(window().grab().toImage().pixelColor(377 + 90, 104 + 120), QColor(0, 0x80, 0));
+}
+
+TEST_F(QtUiTest, WindowsOpenInsideTheScreen) {
+    struct BigForm : bm::Form {
+        bm::Label text{*this, "lblText"};
+        BigForm(bm::Runtime& rt, const char* name, bm::Border border) : Form(rt, name) {
+            border_ = border;
+        }
+        void design() override {
+            setSize(1000, 700);  // larger than the offscreen screen of 800 x 600
+            setBorder(border_);
+            text.move(10, 10, 300, 16);
+            text.setCaption("Readable");
+        }
+        bm::Border border_;
+    };
+    const QRect avail = QGuiApplication::primaryScreen()->availableGeometry();
+    for (bm::Border border : {bm::Border::Sizable, bm::Border::Fixed}) {
+        BigForm big(rt, border == bm::Border::Sizable ? "frmBig" : "frmBigFixed", border);
+        rt.dispatch([&] { big.show(); });
+        QApplication::processEvents();
+        const QWidget& w = *ui.window(big);
+        EXPECT_TRUE(avail.contains(w.geometry()))
+            << w.geometry().width() << "x" << w.geometry().height();
+        EXPECT_LE(w.minimumWidth(), avail.width());
+        EXPECT_LE(w.minimumHeight(), avail.height());
+        // Keeps its shape, and its text stays readable at the smallest size.
+        EXPECT_NEAR(double(w.width()) / w.height(), 1000.0 / 700, 0.01);
+        EXPECT_GE(w.minimumWidth(), 1000 * 3 / 4 - 1);
+        rt.dispatch([&] { big.unload(); });
+    }
+}
+
+TEST_F(QtUiTest, TheSoundLibraryLoadsWithTheFirstSound) {
+    auto multimediaMapped = [] {
+        QFile maps(QStringLiteral("/proc/self/maps"));
+        return maps.open(QIODevice::ReadOnly) && maps.readAll().contains("libQt6Multimedia");
+    };
+    QTemporaryDir dir;
+    const std::string wav = dir.filePath("click.wav").toStdString();
+    {
+        std::ofstream out(wav, std::ios::binary);
+        const char header[] =
+            "RIFF\x2c\x00\x00\x00WAVEfmt \x10\x00\x00\x00\x01\x00\x01\x00"
+            "\x40\x1f\x00\x00\x40\x1f\x00\x00\x01\x00\x08\x00"
+            "data\x08\x00\x00\x00";
+        out.write(header, sizeof header - 1);
+        out << std::string(8, char(0x80));
+    }
+    bm::qt::SoundPlayer player;
+    EXPECT_FALSE(multimediaMapped());
+    EXPECT_DOUBLE_EQ(player.play(dir.filePath("none.wav").toStdString()), 0);
+    EXPECT_FALSE(player.loaded());
+    EXPECT_DOUBLE_EQ(player.play(wav), 0.001);
+    EXPECT_TRUE(player.loaded());
+    EXPECT_TRUE(multimediaMapped());
+}
+
 TEST_F(QtUiTest, KeysGoToTheFormFirst) {
     auto* edit = child<QLineEdit>("txtName");
     form.name.setFocus();
@@ -262,12 +369,3 @@ TEST_F(QtUiTest, FilesBehindSoundsAndPictures) {
 }
 
 }  // namespace
-
-int main(int argc, char** argv) {
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication::setStyle(QStringLiteral("Fusion"));
-    QApplication app(argc, argv);
-    QApplication::setFont(QFont(QStringLiteral("DejaVu Sans"), 9));
-    ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
-}

@@ -307,7 +307,8 @@ namespace {
 TEST(Rounds, AnUnwritableScoreFileIsReportedAndPlayGoesOn) {
     TestGame t;
     std::string five = writeFullTable(t);
-    ::mkdir(t.path("Scores.log.tmp").c_str(), 0755);  // the replacement cannot be written
+    ::chmod(t.path("Scores.log").c_str(), 0444);  // a read-only table is not replaced
+    t.ui.answers = {mb::kAnswerOk};
     t.start();
     auto& s = t.state().score;
     s.BestRun = 9;
@@ -358,6 +359,7 @@ TEST(Rounds, CastleThemesChooseDifferentPictures) {
 
 TEST(Rounds, TooFewPicturesEndTheProgramAtTheStart) {
     TestGame t(Options{true, 4});
+    t.ui.answers = {mb::kAnswerOk};
     t.start();
     EXPECT_TRUE(t.rt->ended());
     ASSERT_FALSE(t.ui.messages.empty());

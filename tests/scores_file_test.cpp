@@ -1,10 +1,16 @@
 // The high-score file: its bytes, its defaults and how the table reads it.
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
 
 #include "platform/errors.h"
 #include "platform/files.h"
+#include "platform/vb.h"
 #include "storage/scores_file.h"
 #include "table/brindle.h"
 #include "tests/harness.h"
@@ -28,6 +34,20 @@ storage::ScoreTable writeKnownTable(const std::string& path) {
     return table;
 }
 
+// After the start: the default table, in memory and on the table's labels.
+void expectDefaultTable(TestGame& g, const std::string& what) {
+    const auto& h = g.state().high;
+    for (size_t k = 0; k < 5; ++k) {
+        EXPECT_EQ(h.HighScores[k], 0) << what;
+        EXPECT_EQ(h.HighNames[k], "No Name") << what;
+    }
+    EXPECT_EQ(h.LowestHighScore, 0) << what;
+    EXPECT_EQ(g.state().score.BestRun, 0) << what;
+    EXPECT_EQ(g.table().LbHiScore.caption(), " 0") << what;
+    EXPECT_EQ(g.table().LbHiRun.caption(), " 0") << what;
+    EXPECT_EQ(g.table().LbHiName.caption(), "No Name") << what;
+}
+
 TEST(ScoresFile, RecordBytesCutAndPadTheFields) {
     EXPECT_EQ(storage::scoreRecord(12345, 7, "WENNA"), record(" 12345", " 7", "WENNA     "));
     EXPECT_EQ(storage::scoreRecord(0, 0, ""), record(" 0    ", " 0", "          "));
@@ -44,14 +64,7 @@ TEST(ScoresFile, MissingEmptyShortAndDamagedFilesFallBackToDefaults) {
         TestGame g;
         g.writeFile("Scores.log", t.readFile("Scores.log"));
         g.start();
-        const auto& h = g.state().high;
-        for (int k = 0; k < 5; ++k) {
-            EXPECT_EQ(h.HighScores[static_cast<size_t>(k)], 0) << what;
-            EXPECT_EQ(h.HighNames[static_cast<size_t>(k)], "No Name") << what;
-        }
-        EXPECT_EQ(g.state().score.BestRun, 0) << what;
-        EXPECT_EQ(g.table().LbHiScore.caption(), " 0") << what;
-        EXPECT_EQ(g.table().LbHiName.caption(), "No Name") << what;
+        expectDefaultTable(g, what);
     };
 
     {
@@ -120,31 +133,95 @@ TEST(ScoresFile, BestRecordRewriteKeepsTheOtherRecords) {
     EXPECT_EQ(fileLen(path), 48);
 }
 
-TEST(ScoresFile, AFailedWriteLeavesThePreviousTable) {
+TEST(ScoresFile, AWriteThatFailsHalfWayLeavesThePreviousTableAndNoTemporaryFile) {
     TestGame t;
     std::string path = t.path("Scores.log");
     storage::ScoreTable table = writeKnownTable(path);
     std::string before = t.readFile("Scores.log");
-    // The temporary file cannot be created: the write fails as a whole.
-    ::mkdir((path + ".tmp").c_str(), 0755);
+    // Files may grow to 100 bytes only: the replacement fails after it has been created.
+    ::rlimit old{};
+    ::getrlimit(RLIMIT_FSIZE, &old);
+    ::rlimit small = old;
+    small.rlim_cur = 100;
+    auto oldSignal = std::signal(SIGXFSZ, SIG_IGN);
+    ::setrlimit(RLIMIT_FSIZE, &small);
     table.scores[0] = 1000;
     int error = errorOf([&] { storage::writeScoreTable(path, table); });
-    EXPECT_TRUE(error == err::kPathFileAccess || error == err::kPermissionDenied) << error;
+    ::setrlimit(RLIMIT_FSIZE, &old);
+    std::signal(SIGXFSZ, oldSignal);
+    EXPECT_EQ(error, err::kPathFileAccess);
     EXPECT_EQ(t.readFile("Scores.log"), before);
+    for (const auto& entry : std::filesystem::directory_iterator(t.folder))
+        EXPECT_NE(entry.path().extension(), ".tmp") << entry.path();
 }
 
 TEST(ScoresFile, ALeftoverFromAnInterruptedWriteIsHarmless) {
     // A crash between writing the replacement and renaming it leaves the old file and the new one
-    // beside it: the old table is read, and the next write goes through.
+    // beside it: the old table is read, and the next write goes through and removes the leftover.
     TestGame t;
     std::string path = t.path("Scores.log");
     storage::ScoreTable table = writeKnownTable(path);
-    t.writeFile("Scores.log.tmp", "half a reco");
+    t.writeFile("Scores.log.k3Jq8Z.tmp", "half a reco");
     EXPECT_EQ(storage::readScoreTable(path).scores[0], 900);
     table.scores[0] = 950;
     storage::writeScoreTable(path, table);
     EXPECT_EQ(storage::readScoreTable(path).scores[0], 950);
-    EXPECT_FALSE(fileExists(path + ".tmp"));
+    EXPECT_FALSE(std::filesystem::exists(path + ".k3Jq8Z.tmp"));
+}
+
+TEST(ScoresFile, ALinkPlantedAtATemporaryNameIsNotFollowed) {
+    TestGame t;
+    std::string path = t.path("Scores.log");
+    storage::ScoreTable table = writeKnownTable(path);
+    t.writeFile("elsewhere", "not the game's");
+    ASSERT_EQ(::symlink(t.path("elsewhere").c_str(), (path + ".tmp").c_str()), 0);
+    table.scores[0] = 990;
+    storage::writeScoreTable(path, table);
+    storage::writeBestRecord(path, 990, 8, "No Name");
+    EXPECT_EQ(t.readFile("elsewhere"), "not the game's");
+    EXPECT_FALSE(std::filesystem::is_symlink(path));
+    EXPECT_EQ(storage::readScoreTable(path).scores[0], 990);
+    EXPECT_EQ(storage::readScoreTable(path).bestRun, 8);
+}
+
+TEST(ScoresFile, AReadOnlyTableIsAFailedWriteAndKeptByteForByte) {
+    TestGame t;
+    std::string path = t.path("Scores.log");
+    storage::ScoreTable table = writeKnownTable(path);
+    std::string before = t.readFile("Scores.log");
+    ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
+    table.scores[0] = 1000;
+    EXPECT_EQ(errorOf([&] { storage::writeScoreTable(path, table); }), err::kPermissionDenied);
+    EXPECT_EQ(errorOf([&] { storage::writeBestRecord(path, 1000, 9, "X"); }),
+              err::kPermissionDenied);
+    EXPECT_EQ(t.readFile("Scores.log"), before);
+    EXPECT_EQ(storage::readScoreTable(path).scores[0], 900);  // it is still read
+}
+
+TEST(ScoresFile, APipeADeviceOrAFolderReadsAsTheDefaultsAndAHugeFileAsItsRecords) {
+    for (std::string kind : {"pipe", "/dev/zero", "folder"}) {
+        TestGame g;
+        std::string path = g.path("Scores.log");
+        bool made = kind == "pipe"     ? ::mkfifo(path.c_str(), 0644) == 0
+                    : kind == "folder" ? std::filesystem::create_directory(path)
+                                       : ::symlink(kind.c_str(), path.c_str()) == 0;
+        ASSERT_TRUE(made) << kind;
+        g.start();
+        expectDefaultTable(g, kind);
+    }
+    TestGame t;
+    std::string path = t.path("Scores.log");
+    writeKnownTable(path);
+    ASSERT_EQ(::truncate(path.c_str(), 1LL << 30), 0);
+    t.start();
+    EXPECT_EQ(t.state().high.HighScores[4], 500);
+}
+
+TEST(ScoresFile, NamesAreUpperCasedInTheFilesCodePage) {
+    // Latin-1: accented small letters get their capitals; sharp s, y with diaeresis and the
+    // division sign have none and stay.
+    EXPECT_EQ(ucase("j\xFCrgen \xE6\xF8\xE9 \xDF\xFF\xF7 z"),
+              "J\xDCRGEN \xC6\xD8\xC9 \xDF\xFF\xF7 Z");
 }
 
 }  // namespace

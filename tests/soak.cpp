@@ -13,6 +13,7 @@
 #include <stdexcept>
 
 #include "forms/tarnhisc.h"
+#include "forms/tarnmenu.h"
 #include "forms/tarnmess.h"
 #include "platform/errors.h"
 #include "platform/files.h"
@@ -39,9 +40,10 @@ class Bot {
     void act() {
         check();
         if (t_.rt->ended()) return;
-        Game& g = *t_.game;
+        Program& g = *t_.game;
         Brindle& b = g.brindle();
         ++events;
+        if (g.tarnmenu().visible()) return useMenu();
         if (g.hilo().visible()) return playSideGame();
         if (g.tarnhisc().visible()) return enterName();
         if (g.tarnmess().visible() || !b.enabled()) return;
@@ -50,6 +52,7 @@ class Bot {
 
     void check() {
         const GameState& s = t_.state();
+        if (!t_.game->brindle().loaded()) return;  // at the menu
         Brindle& b = t_.game->brindle();
         // Positions 0..50 hold 51 different cards; the open stack card (position 51) is a copy
         // of a card that has left the layout or the pile, or the one card dealt open.
@@ -138,8 +141,22 @@ class Bot {
             b.SSPanel1.fireDblClick();
         } else if (r < 0.89) {
             b.fireKeyDown(chance(0.5) ? 121 : 65, chance(0.5) ? 4 : 0);
+        } else if (r < 0.895 && t_.state().score.RoundState == 1) {
+            // Closes the table after a game: back to the menu, which starts the next one.
+            t_.rt->dispatch([&] { b.unload(); });
         }
         // Otherwise the player waits and lets the clock run.
+    }
+
+    void useMenu() {
+        Tarnmenu& m = t_.game->tarnmenu();
+        // Back from a game the focus is on "Exit Game", at the start on "Start Game".
+        const bool fromGame = t_.state().menu.intMenuReturn == 1;
+        if (t_.ui.focused != (fromGame ? &m.CmdExit : &m.CmdStart))
+            fail("the menu's focus is lost");
+        if (chance(0.2)) m.fireKeyDown(chance(0.5) ? 121 : 112, chance(0.5) ? 4 : 0);
+        m.CmdStart.fireClick();
+        sawGameOver_ = false;
     }
 
     void playSideGame() {

@@ -2,7 +2,7 @@
 # Installs the Debian packages the game needs to build, run and test, when they are missing.
 # Sourced by ./run and ./test.
 bm_packages=(cmake g++ make pkg-config qt6-base-dev qt6-multimedia-dev libgl-dev libgtest-dev
-             fonts-dejavu-core)
+             fonts-dejavu-core fonts-liberation2)
 bm_missing=()
 for p in "${bm_packages[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || bm_missing+=("$p")

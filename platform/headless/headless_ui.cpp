@@ -120,19 +120,24 @@ void HeadlessUi::playSound(const std::string& path, int flags) {
     }
 }
 
-int HeadlessUi::msgBox(const std::string& text, int flags, const std::string& title) {
-    messages.push_back({text, flags, title});
-    if (!answers.empty()) {
-        int a = answers.front();
-        answers.pop_front();
-        return a;
-    }
-    return (flags & 7) == mb::kYesNo ? mb::kAnswerYes : mb::kAnswerOk;
+void HeadlessUi::runInBackground(std::function<void()> work, std::function<void()> done) {
+    if (!backgroundWork) return;
+    work();
+    post(std::move(done));
 }
 
-std::string HeadlessUi::inputBox(const std::string& prompt, const std::string&, int, int) {
-    inputPrompts.push_back(prompt);
-    if (inputs.empty()) return {};
+int HeadlessUi::msgBox(const std::string& text, int flags, const std::string& title) {
+    messages.push_back({text, flags, title});
+    if (answers.empty()) throw UnscriptedDialog("message box \"" + title + "\": " + text);
+    int a = answers.front();
+    answers.pop_front();
+    return a;
+}
+
+std::string HeadlessUi::inputBox(const std::string& prompt, const std::string& title, int left,
+                                 int top) {
+    inputPrompts.push_back({prompt, title, left, top});
+    if (inputs.empty()) throw UnscriptedDialog("input box \"" + title + "\": " + prompt);
     std::string s = inputs.front();
     inputs.pop_front();
     return s;
@@ -155,8 +160,26 @@ void HeadlessUi::openHelp(const std::string& file, int command, int context) {
                          std::to_string(context));
 }
 
-bool HeadlessUi::startProgram(const std::string&) {
-    return false;
+bool HeadlessUi::startProgram(const std::string& path) {
+    programsStarted.push_back(path);
+    return startSucceeds;
+}
+
+RegistryValue HeadlessUi::readRegistry(uint32_t root, const std::string& key,
+                                       const std::string& valueName) {
+    registryReads.push_back(key + "\\" + valueName);
+    auto it = registry.find(key + "\\" + valueName);
+    if (root != reg::kLocalMachine || it == registry.end()) {
+        bool keyExists = false;
+        for (const auto& [name, value] : registry) keyExists |= name.rfind(key + "\\", 0) == 0;
+        return {keyExists ? RegistryValue::kNoValue : RegistryValue::kNoKey, 0, {}};
+    }
+    return it->second;
+}
+
+bool HeadlessUi::printPicture(const PrintJob& job) {
+    printed.push_back(job);
+    return printSucceeds;
 }
 
 }  // namespace bm

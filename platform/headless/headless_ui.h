@@ -4,6 +4,7 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,14 @@ namespace bm {
 
 class HeadlessUi : public Ui {
   public:
+    // A dialog that the test did not script an answer for: it fails the test at once.
+    struct UnscriptedDialog : std::logic_error {
+        using std::logic_error::logic_error;
+    };
+    struct Input {
+        std::string prompt, title;
+        int left, top;
+    };
     struct Message {
         std::string text;
         int flags;
@@ -29,6 +38,9 @@ class HeadlessUi : public Ui {
     void waitFor(const std::function<bool()>& done, double deadline) override;
     void pauseUntil(double deadline) override;
     void post(std::function<void()> fn) override { posted_.push_back(std::move(fn)); }
+    // Runs the work at once, on the clock's standing moment, and posts `done`; with
+    // backgroundWork off (a long soak) the work is dropped.
+    void runInBackground(std::function<void()> work, std::function<void()> done) override;
 
     void formChanged(Form&) override {}
     void controlChanged(Control&) override {}
@@ -48,6 +60,9 @@ class HeadlessUi : public Ui {
     void releaseCards() override {}
     void openHelp(const std::string& file, int command, int context) override;
     bool startProgram(const std::string& path) override;
+    RegistryValue readRegistry(uint32_t root, const std::string& key,
+                               const std::string& valueName) override;
+    bool printPicture(const PrintJob& job) override;
     void endProgram() override { ended = true; }
 
     // Scripting. A user event scheduled at a virtual moment runs when the clock gets there.
@@ -58,15 +73,24 @@ class HeadlessUi : public Ui {
     // from here. It may deliver user events.
     std::function<void()> agent;
 
-    std::deque<int> answers;         // message-box answers, in order (default: OK / Yes)
-    std::deque<std::string> inputs;  // input-box answers, in order (default: empty)
+    // Dialog answers, in order. A dialog with no answer left throws UnscriptedDialog.
+    std::deque<int> answers;         // message boxes: mb::kAnswerOk, kAnswerYes, kAnswerNo
+    std::deque<std::string> inputs;  // input boxes: the text entered ("" also for Cancel)
     std::vector<Message> messages;
     std::vector<Sound> sounds;
     std::vector<std::string> helpOpened;
-    std::vector<std::string> inputPrompts;
+    std::vector<Input> inputPrompts;
+    std::vector<std::string> programsStarted;
+    bool startSucceeds = true;
+    // Registry values by "key\\value name"; reads are recorded the same way.
+    std::map<std::string, RegistryValue> registry;
+    std::vector<std::string> registryReads;
+    std::vector<PrintJob> printed;
+    bool printSucceeds = true;
     Size screen{1024, 768};
     int bits = 24;
     bool cardsFail = false;
+    bool backgroundWork = true;
     bool ended = false;
     int beeps = 0;
     Control* focused = nullptr;

@@ -2,16 +2,20 @@
 
 #include <QCoreApplication>
 #include <QFont>
+#include <QImage>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPen>
 #include <QPixmap>
+#include <QPointer>
+#include <QThreadPool>
 #include <QTransform>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <deque>
 #include <numbers>
 #include <optional>
 #include <unordered_map>
@@ -850,18 +854,236 @@ void paintLayers(QPainter& p, const Layers& layers, const QTransform& m,
 }
 
 // ---- Pixmap cache ----
+// Pixmaps keyed by card and device scale, the least recently used dropped first once the bytes
+// pass the limit. A size the window has left is kept until the cards of its new size are rendered:
+// until then they are drawn stretched from the nearest size, so a resize never waits for a whole
+// deck to be rendered.
 
-using Cache = std::unordered_map<std::uint64_t, QPixmap>;
-constexpr size_t kCacheLimit = 300;
+constexpr long long kCacheBytes = 48ll << 20;  // a whole deck at a 4K window's size, twice over
+constexpr long long kLargestCard = kCacheBytes / 16;
+constexpr int kNothing = 255;  // the mode of every card that draws nothing
+
+// What makes one cached picture: a card (code, mode, colour) at a scale in 1/64 steps.
+struct Key {
+    int code = 0;
+    int mode = 0;
+    QRgb rgba = 0;
+    int scale64 = 0;
+    std::uint64_t card() const {
+        return static_cast<std::uint64_t>(code) << 40 | static_cast<std::uint64_t>(mode) << 32 |
+               rgba;
+    }
+    std::uint64_t whole() const { return card() << 16 ^ static_cast<std::uint64_t>(scale64); }
+    double scale() const { return scale64 / 64.0; }
+};
+
+// Normalises what cannot change the picture, so equal pictures share one pixmap.
+Key keyOf(int code, int mode, const QColor& colour, double deviceScale) {
+    Key k;
+    k.rgba = colour.rgba();
+    if (mode == 0) {
+        k.rgba = 0;
+        k.code = code < 0 || code >= 52 ? 52 : code;
+    } else if (mode == 1 || mode == 8) {
+        k.code = 0;
+    } else {
+        mode = kNothing;
+        k.rgba = 0;
+    }
+    k.mode = mode;
+    if (!(deviceScale > 0)) deviceScale = 1;
+    k.scale64 = static_cast<int>(std::clamp<double>(std::round(deviceScale * 64), 1, 1 << 14));
+    return k;
+}
+
+QSize deviceSize(const Key& k) {
+    return {static_cast<int>(std::lround(kW * k.scale())),
+            static_cast<int>(std::lround(kH * k.scale()))};
+}
+
+long long bytesOf(const Key& k) {
+    const QSize s = deviceSize(k);
+    return 4ll * s.width() * s.height();
+}
+
+// Renders a card; safe on any thread once its shapes are built (see buildShapes).
+QImage render(const Key& k) {
+    QImage image(deviceSize(k), QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    {
+        // Scaled by the painter rather than by the image's pixel ratio: text does not follow a
+        // ratio below 1, so small windows would get oversized indices.
+        QPainter p(&image);
+        p.scale(static_cast<double>(image.width()) / kW, static_cast<double>(image.height()) / kH);
+        paintCard(p, 0, 0, k.code, k.mode, QColor::fromRgba(k.rgba));
+    }
+    image.setDevicePixelRatio(k.scale());
+    return image;
+}
+
+// Builds the shapes of a card on the GUI thread, so that a worker only reads them.
+void buildShapes(const Key& k) {
+    if (k.mode == 0)
+        faceLayers(k.code);
+    else if (k.mode == 1)
+        backLayers();
+}
+
+struct Cache {
+    struct Entry {
+        QPixmap pixmap;
+        long long bytes = 0;
+        std::uint64_t lastUse = 0;
+        int scale64 = 0;
+        std::uint64_t card = 0;
+    };
+    std::unordered_map<std::uint64_t, Entry> entries;
+    long long bytes = 0;
+    std::uint64_t clock = 0;
+    QPixmap oversize;  // the last card too large to keep
+
+    // Rendering on the worker: cards waiting, the one under way, and who wants to know.
+    std::deque<Key> queued;
+    std::optional<Key> rendering;
+    std::vector<std::pair<QPointer<QObject>, std::function<void()>>> waiters;
+    bool notifyPosted = false;
+    QThreadPool* worker = nullptr;
+
+    std::unordered_map<int, int> uses;  // CardScaleUse id -> scale64 (0: none)
+    int nextUse = 1;
+
+    void evictFor(long long incoming) {
+        while (!entries.empty() && bytes + incoming > kCacheBytes) {
+            auto oldest = entries.begin();
+            for (auto it = entries.begin(); it != entries.end(); ++it)
+                if (it->second.lastUse < oldest->second.lastUse) oldest = it;
+            bytes -= oldest->second.bytes;
+            entries.erase(oldest);
+        }
+    }
+    Entry& insert(const Key& k, QPixmap pm) {
+        const long long b = bytesOf(k);
+        evictFor(b);
+        Entry& e = entries[k.whole()];
+        bytes += b - e.bytes;
+        e = {std::move(pm), b, ++clock, k.scale64, k.card()};
+        return e;
+    }
+    // Drops the pixmaps of scales no window draws at.
+    void sweep() {
+        if (uses.empty()) return;  // nothing says which sizes are in use (tools, tests)
+        for (auto it = entries.begin(); it != entries.end();) {
+            bool used = false;
+            for (const auto& [id, scale64] : uses) used |= scale64 == it->second.scale64;
+            if (used) {
+                ++it;
+            } else {
+                bytes -= it->second.bytes;
+                it = entries.erase(it);
+            }
+        }
+        oversize = QPixmap();
+    }
+    void clear() {
+        entries.clear();
+        bytes = 0;
+        oversize = QPixmap();
+        queued.clear();
+    }
+};
 
 Cache& cache() {
     // Never destroyed: the pixmaps must go before the application object, which the post routine
     // takes care of; a static destructor would run too late.
     static Cache* c = [] {
-        qAddPostRoutine(clearCardPixmapCache);
+        qAddPostRoutine([] {
+            Cache& c = cache();
+            if (c.worker) {
+                c.worker->waitForDone();
+                delete c.worker;
+                c.worker = nullptr;
+            }
+            c.waiters.clear();
+            c.clear();
+        });
         return new Cache;
     }();
     return *c;
+}
+
+void startNextRender();
+
+// Runs the waiters once nothing is queued any more, then drops the sizes no window uses.
+void notifyWhenIdle() {
+    Cache& c = cache();
+    if (c.rendering || !c.queued.empty() || c.notifyPosted) return;
+    c.notifyPosted = true;
+    QMetaObject::invokeMethod(
+        QCoreApplication::instance(),
+        [] {
+            Cache& c = cache();
+            c.notifyPosted = false;
+            if (c.rendering || !c.queued.empty()) return;
+            auto waiters = std::move(c.waiters);
+            c.waiters.clear();
+            for (auto& [receiver, done] : waiters)
+                if (receiver) done();
+            c.sweep();
+        },
+        Qt::QueuedConnection);
+}
+
+void rendered(const Key& k, QImage image) {
+    Cache& c = cache();
+    c.rendering.reset();
+    c.insert(k, QPixmap::fromImage(std::move(image)));
+    startNextRender();
+}
+
+void startNextRender() {
+    Cache& c = cache();
+    while (!c.rendering && !c.queued.empty()) {
+        const Key k = c.queued.front();
+        c.queued.pop_front();
+        if (c.entries.count(k.whole())) continue;
+        if (!c.worker) {
+            c.worker = new QThreadPool;
+            c.worker->setMaxThreadCount(1);  // the other core keeps the window responsive
+        }
+        buildShapes(k);
+        c.rendering = k;
+        c.worker->start([k] {
+            QImage image = render(k);
+            QMetaObject::invokeMethod(
+                QCoreApplication::instance(),
+                [k, image = std::move(image)]() mutable { rendered(k, std::move(image)); },
+                Qt::QueuedConnection);
+        });
+    }
+    notifyWhenIdle();
+}
+
+// Queues a card for the worker. A card at another scale waiting in the queue is no longer wanted:
+// the window it was for has moved on.
+void queueRender(const Key& k) {
+    Cache& c = cache();
+    const std::uint64_t whole = k.whole();
+    if (c.rendering && c.rendering->whole() == whole) return;
+    bool queued = false;
+    for (auto it = c.queued.begin(); it != c.queued.end();) {
+        if (it->whole() == whole) {
+            queued = true;
+            ++it;
+        } else if (it->scale64 != k.scale64) {
+            bool used = false;
+            for (const auto& [id, scale64] : c.uses) used |= scale64 == it->scale64;
+            it = used ? it + 1 : c.queued.erase(it);
+        } else {
+            ++it;
+        }
+    }
+    if (!queued) c.queued.push_back(k);
+    startNextRender();
 }
 
 }  // namespace
@@ -897,41 +1119,71 @@ void paintCard(QPainter& p, double x, double y, int code, int mode, const QColor
 }
 
 const QPixmap& cardPixmap(int code, int mode, const QColor& colour, double deviceScale) {
-    // Normalise what cannot change the picture so equal pictures share one pixmap.
-    QRgb rgba = colour.rgba();
-    if (mode == 0) {
-        rgba = 0;
-        if (code < 0 || code >= 52) code = 52;
-    } else if (mode == 1 || mode == 8) {
-        code = 0;
-    } else {  // draws nothing
-        mode = 255;
-        code = 0;
-        rgba = 0;
-    }
-    if (!(deviceScale > 0)) deviceScale = 1;
-    const auto scale64 =
-        static_cast<std::uint64_t>(std::clamp<long>(std::lround(deviceScale * 64), 1, 64 * 64));
-    const std::uint64_t key = static_cast<std::uint64_t>(code) << 56 |
-                              static_cast<std::uint64_t>(mode & 0xFF) << 48 | scale64 << 32 | rgba;
-
+    const Key k = keyOf(code, mode, colour, deviceScale);
     Cache& c = cache();
-    if (auto it = c.find(key); it != c.end()) return it->second;
-    if (c.size() >= kCacheLimit) c.clear();
-
-    const double scale = static_cast<double>(scale64) / 64;
-    QPixmap pm(static_cast<int>(std::lround(kW * scale)),
-               static_cast<int>(std::lround(kH * scale)));
-    pm.fill(Qt::transparent);
-    {
-        // Scaled by the painter rather than by the pixmap's pixel ratio: text does not follow a
-        // ratio below 1, so small windows would get oversized indices.
-        QPainter p(&pm);
-        p.scale(static_cast<double>(pm.width()) / kW, static_cast<double>(pm.height()) / kH);
-        paintCard(p, 0, 0, code, mode, QColor::fromRgba(rgba));
+    if (auto it = c.entries.find(k.whole()); it != c.entries.end()) {
+        it->second.lastUse = ++c.clock;
+        return it->second.pixmap;
     }
-    pm.setDevicePixelRatio(scale);
-    return c.emplace(key, std::move(pm)).first->second;
+    buildShapes(k);
+    QPixmap pm = QPixmap::fromImage(render(k));
+    if (bytesOf(k) > kLargestCard) {
+        c.oversize = std::move(pm);
+        return c.oversize;
+    }
+    return c.insert(k, std::move(pm)).pixmap;
+}
+
+CardPicture cardPicture(int code, int mode, const QColor& colour, double deviceScale) {
+    const Key k = keyOf(code, mode, colour, deviceScale);
+    if (k.mode == kNothing || bytesOf(k) > kLargestCard) return {};
+    Cache& c = cache();
+    if (auto it = c.entries.find(k.whole()); it != c.entries.end()) {
+        it->second.lastUse = ++c.clock;
+        return {&it->second.pixmap, true};
+    }
+    // The same card at the nearest scale, by ratio.
+    const std::uint64_t card = k.card();
+    Cache::Entry* nearest = nullptr;
+    double best = 0;
+    for (auto& [whole, e] : c.entries) {
+        if (e.card != card) continue;
+        const double ratio = std::abs(std::log(static_cast<double>(e.scale64) / k.scale64));
+        if (!nearest || ratio < best) {
+            nearest = &e;
+            best = ratio;
+        }
+    }
+    if (!nearest) return {&cardPixmap(code, mode, colour, deviceScale), true};
+    nearest->lastUse = ++c.clock;
+    queueRender(k);
+    return {&nearest->pixmap, false};
+}
+
+void whenCardsRendered(QObject* receiver, std::function<void()> done) {
+    Cache& c = cache();
+    for (auto& [r, fn] : c.waiters)
+        if (r == receiver) {
+            fn = std::move(done);
+            return;
+        }
+    c.waiters.emplace_back(receiver, std::move(done));
+    notifyWhenIdle();
+}
+
+bool cardCacheable(double deviceScale) {
+    return bytesOf(keyOf(0, 0, {}, deviceScale)) <= kLargestCard;
+}
+
+CardScaleUse::CardScaleUse() : id_(cache().nextUse++) {}
+
+CardScaleUse::~CardScaleUse() {
+    cache().uses.erase(id_);
+}
+
+void CardScaleUse::set(double deviceScale) {
+    Cache& c = cache();
+    c.uses[id_] = deviceScale > 0 ? keyOf(0, 0, {}, deviceScale).scale64 : 0;
 }
 
 void clearCardPixmapCache() {
@@ -939,7 +1191,15 @@ void clearCardPixmapCache() {
 }
 
 int cardPixmapCacheSize() {
-    return static_cast<int>(cache().size());
+    return static_cast<int>(cache().entries.size());
+}
+
+long long cardPixmapCacheBytes() {
+    return cache().bytes;
+}
+
+long long cardPixmapCacheLimit() {
+    return kCacheBytes;
 }
 
 }  // namespace bm::qt

@@ -9,13 +9,18 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QScreen>
 #include <QStringDecoder>
 #include <algorithm>
 #include <cmath>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 #include "platform/controls.h"
 #include "platform/form.h"
+#include "platform/qt/accessible.h"
 #include "platform/qt/card_painter.h"
 #include "platform/qt/qt_ui.h"
 #include "platform/runtime.h"
@@ -172,6 +177,12 @@ QFont fontFor(const FontSpec& style, double scale) {
     return f;
 }
 
+// Room left on the screen for a window's frame and title bar, in screen (logical) pixels.
+constexpr int kFrameAllowance = 40;
+// The least scale of a form in device pixels per form pixel: its smallest text (8 points, about
+// 11 form pixels high) stays at least 8 device pixels high.
+constexpr double kReadableTextPixels = 0.75;
+
 // Window rectangle covered by a card drawn at logical (x, y), generous by a pixel for repaints.
 QRect cardArea(QPointF origin, double s, int x, int y) {
     return QRectF(origin.x() + x * s, origin.y() + y * s, kCardWidth * s, kCardHeight * s)
@@ -180,18 +191,43 @@ QRect cardArea(QPointF origin, double s, int x, int y) {
 }
 
 // Replays a surface's card drawings. Each card is a pixmap rendered for the exact device scale and
-// placed on whole device pixels, so it is copied 1:1 and stays crisp at any scale.
-void paintDraws(QPainter& p, const std::vector<CardDraw>& draws, QPointF origin, double s,
+// placed on whole device pixels, so it is copied 1:1 and stays crisp at any scale. While the
+// pixmaps of a new scale are being rendered, the cards of the nearest cached scale stand in,
+// stretched to the same places; returns whether any did (the caller repaints once the exact ones
+// are there). Cards too large to cache are painted as vectors.
+bool paintDraws(QPainter& p, const std::vector<CardDraw>& draws, QPointF origin, double s,
                 const QRect& clip) {
     const double dpr = p.device()->devicePixelRatioF();
+    const double deviceScale = s * dpr;
+    const bool cached = cardCacheable(deviceScale);
+    // The device size of a card at this scale, as the cache renders it.
+    const double scale64 = std::round(deviceScale * 64) / 64;
+    const QSizeF cardSize(std::lround(kCardWidth * scale64) / dpr,
+                          std::lround(kCardHeight * scale64) / dpr);
+    bool standIns = false;
     for (const CardDraw& d : draws) {
         if (!cardArea(origin, s, d.x, d.y).intersects(clip)) continue;
-        const QPixmap& pm = cardPixmap(d.code, d.mode, toColor(d.colour), s * dpr);
-        if (pm.isNull()) continue;
         const double x = std::round((origin.x() + d.x * s) * dpr) / dpr;
         const double y = std::round((origin.y() + d.y * s) * dpr) / dpr;
-        p.drawPixmap(QRectF(x, y, pm.width() / dpr, pm.height() / dpr), pm, QRectF(pm.rect()));
+        if (!cached) {
+            p.save();
+            p.translate(x, y);
+            p.scale(s, s);
+            paintCard(p, 0, 0, d.code, d.mode, toColor(d.colour));
+            p.restore();
+            continue;
+        }
+        const CardPicture card = cardPicture(d.code, d.mode, toColor(d.colour), deviceScale);
+        if (!card.pixmap) continue;
+        const QPixmap& pm = *card.pixmap;
+        if (card.exact) {
+            p.drawPixmap(QRectF(x, y, pm.width() / dpr, pm.height() / dpr), pm, QRectF(pm.rect()));
+        } else {
+            p.drawPixmap(QRectF(QPointF(x, y), cardSize), pm, QRectF(pm.rect()));
+            standIns = true;
+        }
     }
+    return standIns;
 }
 
 // A picture file scaled once for the size it is shown at.
@@ -203,7 +239,25 @@ class ScaledPicture {
         scaled_ = QPixmap();
     }
     bool isNull() const { return source_.isNull(); }
-    QSize size() const { return source_.size(); }
+    // The picture's own size (a large one may be held at fewer pixels).
+    QSize size() const { return source_.deviceIndependentSize().toSize(); }
+    // Draws the picture stretched to `target`. The scaled copy is kept for the next paint unless
+    // it would be very large (a window far larger than the screen): then it is scaled while drawn.
+    void draw(QPainter& p, const QRect& target, double dpr) {
+        constexpr long long kLargestCopy = 16ll << 20;
+        const QSize device = (QSizeF(target.size()) * dpr).toSize();
+        if (4ll * device.width() * device.height() > kLargestCopy) {
+            scaled_ = QPixmap();
+            p.save();
+            p.setRenderHint(QPainter::SmoothPixmapTransform);
+            p.drawPixmap(target, source_);
+            p.restore();
+            return;
+        }
+        p.drawPixmap(target.topLeft(), at(target.size(), dpr));
+    }
+
+  private:
     // The picture at `logical` size on a device with the given pixel ratio.
     const QPixmap& at(QSize logical, double dpr) {
         const QSize device = (QSizeF(logical) * dpr).toSize();
@@ -216,7 +270,6 @@ class ScaledPicture {
         return scaled_;
     }
 
-  private:
     QPixmap source_, scaled_;
 };
 
@@ -240,7 +293,7 @@ class ImageWidget : public ControlWidget {
     void paintEvent(QPaintEvent*) override {
         if (picture_.isNull() || width() <= 0 || height() <= 0) return;
         QPainter p(this);
-        p.drawPixmap(0, 0, picture_.at(size(), devicePixelRatioF()));
+        picture_.draw(p, rect(), devicePixelRatioF());
     }
 };
 
@@ -258,10 +311,11 @@ class PictureBoxWidget : public ControlWidget {
         if (!picture_.isNull()) {
             // The picture sits at the top-left corner at its own size (scaled with the form).
             const QSize shown = (QSizeF(picture_.size()) * s).toSize();
-            if (!shown.isEmpty()) p.drawPixmap(0, 0, picture_.at(shown, devicePixelRatioF()));
+            if (!shown.isEmpty()) picture_.draw(p, QRect(QPoint(), shown), devicePixelRatioF());
         }
-        paintDraws(p, static_cast<PictureBox&>(control_).surface().draws(), QPointF(0, 0), s,
-                   e->rect());
+        if (paintDraws(p, static_cast<PictureBox&>(control_).surface().draws(), QPointF(0, 0), s,
+                       e->rect()))
+            whenCardsRendered(this, [this] { update(); });
     }
 };
 
@@ -288,7 +342,7 @@ class PanelWidget : public ControlWidget {
             if (!fit.isEmpty()) {
                 const QPoint at = inner.topLeft() + QPoint((inner.width() - fit.width()) / 2,
                                                            (inner.height() - fit.height()) / 2);
-                p.drawPixmap(at, picture_.at(fit, devicePixelRatioF()));
+                picture_.draw(p, QRect(at, fit), devicePixelRatioF());
             }
         }
         if (!control_.caption().empty()) {
@@ -297,6 +351,27 @@ class PanelWidget : public ControlWidget {
             p.drawText(inner, Qt::AlignCenter | Qt::TextWordWrap,
                        toDisplayLines(control_.caption()));
         }
+    }
+};
+
+class ShapeWidget : public ControlWidget {
+  public:
+    ShapeWidget(FormWindow& window, Control& control) : ControlWidget(window, control) {
+        setAttribute(Qt::WA_TransparentForMouseEvents);
+        setAttribute(Qt::WA_NoSystemBackground);
+    }
+
+  protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter p(this);
+        p.setRenderHint(QPainter::Antialiasing);
+        const double line = std::max(2.0, 3 * window_.scale());
+        QPen pen(toColor(control_.foreColor()), line);
+        p.setPen(pen);
+        p.setBrush(Qt::NoBrush);
+        const double inset = line / 2;
+        p.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), line * 1.5,
+                          line * 1.5);
     }
 };
 
@@ -342,10 +417,27 @@ struct FormWindow::View {
     std::vector<CardDraw> shownDraws;
 };
 
-FormWindow::FormWindow(QtUi& ui, Form& form) : QWidget(nullptr), ui_(ui), form_(form) {
+FormWindow::FormWindow(QtUi& ui, Form& form)
+    : QWidget(nullptr), ui_(ui), form_(form), cardScale_(std::make_unique<CardScaleUse>()) {
+    // Composes the form's drawing once its size has stayed put for a moment (see paintEvent).
+    composeTimer_.setSingleShot(true);
+    composeTimer_.setInterval(400);
+    connect(&composeTimer_, &QTimer::timeout, this, [this] {
+#ifdef __GLIBC__
+        // The pictures of the sizes passed through are gone: give their memory back.
+        malloc_trim(0);
+#endif
+        if (!composable()) return;
+        if (compose())
+            whenCardsRendered(this, [this] {
+                stale_ = rect();
+                update();
+            });
+    });
     setObjectName(QString::fromStdString(form.name()));
     setAttribute(Qt::WA_OpaquePaintEvent);
     installEventFilter(this);
+    installAccessibility();
     createViews();
 }
 
@@ -373,8 +465,11 @@ void FormWindow::createViews() {
             }
             case ControlKind::TextBox: {
                 auto* edit = new QLineEdit(this);
-                connect(edit, &QLineEdit::textEdited, this, [c](const QString& text) {
-                    static_cast<TextBox*>(c)->userEdit(fromQString(text));
+                // Typed text and text set by assistive technology are the user's edit; the text
+                // the game itself sets is already the box's text when the edit shows it.
+                connect(edit, &QLineEdit::textChanged, this, [c](const QString& text) {
+                    const std::string t = fromQString(text);
+                    if (t != c->caption()) static_cast<TextBox*>(c)->userEdit(t);
                 });
                 w = edit;
                 break;
@@ -391,8 +486,22 @@ void FormWindow::createViews() {
             case ControlKind::Gauge:
                 w = new GaugeWidget(*this, *c);
                 break;
+            case ControlKind::OptionButton: {
+                auto* option = new QRadioButton(this);
+                connect(option, &QRadioButton::clicked, this, [this, c] {
+                    if (ending_) return;
+                    static_cast<OptionButton*>(c)->setValue(true);
+                    c->fireClick();
+                });
+                w = option;
+                break;
+            }
+            case ControlKind::Shape:
+                w = new ShapeWidget(*this, *c);
+                break;
             case ControlKind::Timer:
             case ControlKind::FileList:
+            case ControlKind::CommonDialog:
                 break;
         }
         if (!w) continue;
@@ -432,6 +541,11 @@ QWidget* FormWindow::widgetOf(const Control& control) const {
     return it == byControl_.end() ? nullptr : it->second->widget;
 }
 
+Control* FormWindow::controlOf(const QWidget* widget) const {
+    auto it = byWidget_.find(widget);
+    return it == byWidget_.end() ? nullptr : it->second->control;
+}
+
 void FormWindow::updateScale() {
     const double w = std::max(1, form_.width()), h = std::max(1, form_.height());
     scale_ = std::min(width() / w, height() / h);
@@ -441,6 +555,7 @@ void FormWindow::updateScale() {
 
 void FormWindow::relayout() {
     laidOut_ = size();
+    stale_ = rect();
     updateScale();
     for (auto& v : views_) apply(*v);
     update();
@@ -479,8 +594,9 @@ void FormWindow::apply(View& v) {
                 v.iconKey = key;
             }
             if (!pm.isNull())
-                button->setIconSize(
-                    (QSizeF(pm.size()) * scale_).toSize().boundedTo(w->size() - QSize(6, 6)));
+                button->setIconSize((pm.deviceIndependentSize() * scale_)
+                                        .toSize()
+                                        .boundedTo(w->size() - QSize(6, 6)));
             const bool pressed = static_cast<CommandButton&>(c).pressed();
             if (pressed != v.down) {
                 // While the mouse holds the button Qt shows it down, and it needs its own state to
@@ -495,7 +611,10 @@ void FormWindow::apply(View& v) {
             const int max = static_cast<TextBox&>(c).maxLength();
             edit->setMaxLength(max > 0 ? max : 32767);
             const QString text = toQString(c.caption());
-            if (edit->text() != text) edit->setText(text);
+            if (edit->text() != text) {
+                const QSignalBlocker quiet(edit);  // the game's own text is no user edit
+                edit->setText(text);
+            }
             Qt::Alignment h = c.alignment() == Align::Center  ? Qt::AlignHCenter
                               : c.alignment() == Align::Right ? Qt::AlignRight
                                                               : Qt::AlignLeft;
@@ -514,8 +633,20 @@ void FormWindow::apply(View& v) {
         case ControlKind::Gauge:
             w->update();
             break;
+        case ControlKind::OptionButton: {
+            auto* option = static_cast<QRadioButton*>(w);
+            option->setText(toQString(c.caption()));
+            option->setChecked(static_cast<OptionButton&>(c).value());
+            pal.setColor(QPalette::WindowText, toColor(c.foreColor()));
+            option->setPalette(pal);
+            break;
+        }
+        case ControlKind::Shape:
+            w->update();
+            break;
         case ControlKind::Timer:
         case ControlKind::FileList:
+        case ControlKind::CommonDialog:
             break;
     }
     w->setVisible(c.visible());
@@ -523,7 +654,14 @@ void FormWindow::apply(View& v) {
 
 void FormWindow::controlChanged(Control& control) {
     auto it = byControl_.find(&control);
-    if (it != byControl_.end()) apply(*it->second);
+    if (it == byControl_.end()) return;
+    apply(*it->second);
+    accessibleControlChanged(*this, *it->second->widget);
+}
+
+void FormWindow::dirty(QWidget* target, const QRect& area) {
+    if (target == this) stale_ += area;
+    target->update(area);
 }
 
 void FormWindow::invalidate(const std::vector<CardDraw>& before, const std::vector<CardDraw>& after,
@@ -539,20 +677,21 @@ void FormWindow::invalidate(const std::vector<CardDraw>& before, const std::vect
         size_t k = i;
         while (k < before.size() && !same(before[k], d)) ++k;
         if (k == before.size()) {
-            target->update(cardArea(origin, scale_, d.x, d.y));
+            dirty(target, cardArea(origin, scale_, d.x, d.y));
             continue;
         }
-        for (; i < k; ++i) target->update(cardArea(origin, scale_, before[i].x, before[i].y));
+        for (; i < k; ++i) dirty(target, cardArea(origin, scale_, before[i].x, before[i].y));
         i = k + 1;
     }
     for (; i < before.size(); ++i)
-        target->update(cardArea(origin, scale_, before[i].x, before[i].y));
+        dirty(target, cardArea(origin, scale_, before[i].x, before[i].y));
 }
 
 void FormWindow::surfaceChanged(Surface& surface) {
     if (surface.owner() == nullptr) {
         invalidate(shownDraws_, surface.draws(), this, origin_);
         shownDraws_ = surface.draws();
+        accessibleItemsChanged(*this);
         return;
     }
     auto it = byControl_.find(surface.owner());
@@ -601,24 +740,31 @@ void FormWindow::applySize(bool showing) {
         return QSize(static_cast<int>(std::lround(logical.width() * s)),
                      static_cast<int>(std::lround(logical.height() * s)));
     };
+    // The largest scale at which the window and its frame fit the screen's free area.
+    QScreen* sc = screen() ? screen() : QGuiApplication::primaryScreen();
+    const QRect avail = sc ? sc->availableGeometry() : QRect(0, 0, 800, 600);
+    const double fit = std::min((avail.width() - kFrameAllowance) / double(logical.width()),
+                                (avail.height() - kFrameAllowance) / double(logical.height()));
     if (form_.border() == Border::Sizable) {
-        setMinimumSize(std::max(1, logical.width() / 4), std::max(1, logical.height() / 4));
+        // Never so small that the smallest text is unreadable, unless the screen is smaller still.
+        const double least = std::min(kReadableTextPixels / devicePixelRatioF(), fit);
+        setMinimumSize(scaled(std::max(0.05, least)).expandedTo(QSize(1, 1)));
         setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
         if (!sized_) {
-            // A first showing takes about four fifths of the screen's height.
-            QScreen* sc = screen() ? screen() : QGuiApplication::primaryScreen();
-            const QRect avail = sc->availableGeometry();
+            // A first showing takes about four fifths of the screen's height, and all of the window
+            // lies on the screen.
             const double s = std::min(0.8 * avail.height() / logical.height(),
                                       0.95 * avail.width() / logical.width());
-            resize(scaled(std::max(1.0, s)));
+            resize(scaled(std::max(least, std::min(s, fit))));
             sized_ = true;
         } else if (resized) {
             resize(scaled(scale_));
         }
     } else if (showing || resized || !sized_) {
-        // Fixed windows follow the main window's scale, so dialogs match the table.
-        const double s = ui_.referenceScale();
-        setFixedSize(scaled(s));
+        // Fixed windows follow the main window's scale, so dialogs match the table, as far as the
+        // screen has room.
+        const double s = std::min(ui_.referenceScale(), fit);
+        setFixedSize(scaled(std::max(0.05, s)).expandedTo(QSize(1, 1)));
         sized_ = true;
     }
     if (resized || size() != laidOut_) relayout();
@@ -678,17 +824,14 @@ void FormWindow::resizeEvent(QResizeEvent*) {
     if (size() != laidOut_) relayout();
 }
 
-void FormWindow::paintEvent(QPaintEvent* e) {
-    QPainter p(this);
-    const QRect clip = e->rect();
+bool FormWindow::paintSurface(QPainter& p, const QRegion& region) {
+    const QRect clip = region.boundingRect();
     const QColor back = toColor(form_.backColor());
     const QRect area = toWindow(0, 0, std::max(1, form_.width()), std::max(1, form_.height()));
-    if (!area.contains(clip)) {
-        const QColor band = back.darker(160);
-        for (const QRect& r : QRegion(clip).subtracted(area)) p.fillRect(r, band);
-    }
-    p.fillRect(area & clip, back);
-    paintDraws(p, form_.surface().draws(), origin_, scale_, clip);
+    const QColor band = back.darker(160);
+    for (const QRect& r : region.subtracted(area)) p.fillRect(r, band);
+    for (const QRect& r : region.intersected(area)) p.fillRect(r, back);
+    const bool standIns = paintDraws(p, form_.surface().draws(), origin_, scale_, clip);
     if (form_.border() == Border::None) {
         // A window without a frame gets a thin raised edge of its own, so it stands out from what
         // lies behind it.
@@ -698,6 +841,101 @@ void FormWindow::paintEvent(QPaintEvent* e) {
         p.fillRect(QRect(area.left(), area.bottom() - w + 1, area.width(), w), back.darker(170));
         p.fillRect(QRect(area.right() - w + 1, area.top(), w, area.height()), back.darker(170));
     }
+    return standIns;
+}
+
+void FormWindow::paintEvent(QPaintEvent* e) {
+    // The form's own drawing (its colour, the cards, the edge) is kept composed at the window's
+    // device size once the size has settled; a repaint then fills the plain parts with the form's
+    // colour and copies only the detailed parts (cards, edges), however many cards overlap there.
+    // Only what changed is composed again. While the size changes the form is painted directly:
+    // a fresh window-sized copy would cost more than the paint itself.
+    QPainter p(this);
+    const double dpr = devicePixelRatioF();
+    const QSize device = (QSizeF(size()) * dpr).toSize();
+    cardScale_->set(scale_ * dpr);
+    bool standIns = false;
+    if (composed_.size() != device || composed_.devicePixelRatio() != dpr || !composable()) {
+        composed_ = QPixmap();
+        standIns = paintSurface(p, e->region());
+        if (composable()) composeTimer_.start();
+    } else {
+        if (!stale_.isEmpty() || composedBack_ != form_.backColor()) standIns = compose();
+        // Device pixels from here on, so every copy is 1:1.
+        p.setWorldTransform(QTransform::fromScale(1 / dpr, 1 / dpr));
+        QRegion target;
+        for (const QRect& r : e->region())
+            target +=
+                QRectF(r.x() * dpr, r.y() * dpr, r.width() * dpr, r.height() * dpr).toAlignedRect();
+        target &= QRect(QPoint(), device);
+        const QRegion plain = target.subtracted(details_);
+        const QColor back = toColor(form_.backColor());
+        for (const QRect& r : plain.intersected(feltArea_)) p.fillRect(r, back);
+        for (const QRect& r : plain.subtracted(feltArea_)) p.fillRect(r, back.darker(160));
+        for (const QRect& r : target.intersected(details_))
+            p.drawPixmap(QRectF(r), composed_, QRectF(r));
+    }
+    if (standIns)
+        whenCardsRendered(this, [this] {
+            stale_ = rect();
+            update();
+        });
+}
+
+bool FormWindow::composable() const {
+    // A form without cards is plain fills, as cheap to paint directly as to copy; a window far
+    // larger than any screen would make the copy too large.
+    constexpr long long kComposedBytesLimit = 64ll << 20;
+    const double dpr = devicePixelRatioF();
+    return isVisible() && !form_.surface().draws().empty() &&
+           4ll * std::lround(width() * dpr) * std::lround(height() * dpr) <= kComposedBytesLimit;
+}
+
+bool FormWindow::compose() {
+    const double dpr = devicePixelRatioF();
+    const QSize device = (QSizeF(size()) * dpr).toSize();
+    if (composed_.size() != device || composed_.devicePixelRatio() != dpr) {
+        composed_ = QPixmap(device);
+        composed_.setDevicePixelRatio(dpr);
+        stale_ = rect();
+    }
+    if (composedBack_ != form_.backColor()) {
+        composedBack_ = form_.backColor();
+        stale_ = rect();
+    }
+    QPainter cp(&composed_);
+    cp.setClipRegion(stale_);
+    const bool standIns = paintSurface(cp, stale_);
+    stale_ = QRegion();
+    findDetails(dpr);
+    return standIns;
+}
+
+void FormWindow::findDetails(double dpr) {
+    auto device = [dpr](const QRect& r) {
+        return QRectF(r.x() * dpr, r.y() * dpr, r.width() * dpr, r.height() * dpr).toAlignedRect();
+    };
+    const QRect area = toWindow(0, 0, std::max(1, form_.width()), std::max(1, form_.height()));
+    feltArea_ = device(area);
+    details_ = QRegion();
+    for (const CardDraw& d : form_.surface().draws())
+        details_ += device(cardArea(origin_, scale_, d.x, d.y));
+    // The edges of the form's area, and the raised edge of a window without a frame, with a
+    // device pixel to spare for rounding.
+    const int edge = 2 + static_cast<int>(std::ceil(
+                             (form_.border() == Border::None ? std::lround(scale_) : 0) * dpr));
+    const QRect f = feltArea_;
+    details_ += QRect(f.left() - 2, f.top() - 2, f.width() + 4, edge + 2);
+    details_ += QRect(f.left() - 2, f.bottom() - edge, f.width() + 4, edge + 2);
+    details_ += QRect(f.left() - 2, f.top() - 2, edge + 2, f.height() + 4);
+    details_ += QRect(f.right() - edge, f.top() - 2, edge + 2, f.height() + 4);
+}
+
+void FormWindow::hideEvent(QHideEvent*) {
+    // A hidden window keeps neither its composed drawing nor its cards' size in use.
+    composed_ = QPixmap();
+    composeTimer_.stop();
+    cardScale_->set(0);
 }
 
 void FormWindow::mousePressEvent(QMouseEvent* e) {
@@ -718,11 +956,7 @@ void FormWindow::closeEvent(QCloseEvent* e) {
         e->accept();
         return;
     }
-    if (!form_.enabled()) {  // a disabled window cannot be closed
-        e->ignore();
-        return;
-    }
-    form_.runtime().dispatch([this] { form_.unload(); });
+    form_.requestClose();
     if (form_.loaded() && form_.visible())
         e->ignore();
     else
@@ -829,6 +1063,12 @@ bool FormWindow::handleKey(QObject* watched, QKeyEvent* e) {
         auto it = byWidget_.find(watched);
         if (it != byWidget_.end() && it->second->control->kind() == ControlKind::TextBox) {
             it->second->control->fireKeyPress(key::kEnter);
+            e->accept();
+            return true;
+        }
+        if (it != byWidget_.end() && it->second->control->kind() == ControlKind::CommandButton) {
+            // Enter presses the focused button, as Space does.
+            static_cast<QPushButton*>(it->second->widget)->click();
             e->accept();
             return true;
         }

@@ -3,6 +3,9 @@
 // to the window, keeping its aspect ratio (centred, with a darker band around it); every control
 // widget sits at its logical rectangle times the scale, and mouse positions go back to the game in
 // logical pixels.
+#include <QPixmap>
+#include <QRegion>
+#include <QTimer>
 #include <QWidget>
 #include <memory>
 #include <string>
@@ -18,6 +21,7 @@ class Form;
 
 namespace bm::qt {
 
+class CardScaleUse;
 class QtUi;
 
 // Game text to and from Qt text: the game keeps one byte a character, Latin-1.
@@ -47,12 +51,14 @@ class FormWindow : public QWidget {
     // neighbouring rectangles stay neighbours).
     QRect toWindow(int x, int y, int width, int height) const;
     QWidget* widgetOf(const Control& control) const;
+    Control* controlOf(const QWidget* widget) const;
     QtUi& ui() const { return ui_; }
 
   protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
@@ -68,6 +74,11 @@ class FormWindow : public QWidget {
     void place();
     bool handleKey(QObject* watched, QKeyEvent* event);
     bool handleMouse(View& view, QMouseEvent* event);
+    bool paintSurface(QPainter& p, const QRegion& region);
+    void findDetails(double dpr);
+    bool composable() const;
+    bool compose();
+    void dirty(QWidget* target, const QRect& area);
     void invalidate(const std::vector<CardDraw>& before, const std::vector<CardDraw>& after,
                     QWidget* target, QPointF origin);
 
@@ -77,6 +88,13 @@ class FormWindow : public QWidget {
     std::unordered_map<const Control*, View*> byControl_;
     std::unordered_map<const QObject*, View*> byWidget_;
     std::vector<CardDraw> shownDraws_;  // the form surface as last announced
+    std::unique_ptr<CardScaleUse> cardScale_;
+    QPixmap composed_;  // the form's own drawing at the window's device size
+    QTimer composeTimer_;
+    QRegion stale_;              // parts of composed_ to draw again
+    QRegion details_;            // device pixels of composed_ that are more than the form colour
+    QRect feltArea_;             // the form's area in device pixels (the band lies around it)
+    uint32_t composedBack_ = 0;  // the form colour composed_ was drawn with
     double scale_ = 1.0;
     QPointF origin_;
     QSize logicalSize_;    // the form size the window was last sized for

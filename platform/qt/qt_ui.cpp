@@ -1,6 +1,7 @@
 #include "platform/qt/qt_ui.h"
 
 #include <QAbstractEventDispatcher>
+#include <QAction>
 #include <QApplication>
 #include <QDialog>
 #include <QDialogButtonBox>
@@ -13,19 +14,26 @@
 #include <QPixmap>
 #include <QProcess>
 #include <QScreen>
+#include <QScrollBar>
 #include <QTextBrowser>
+#include <QThreadPool>
 #include <QTimer>
+#include <QToolBar>
 #include <QUrl>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <cmath>
 #include <list>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 #include "platform/controls.h"
 #include "platform/errors.h"
 #include "platform/files.h"
 #include "platform/form.h"
 #include "platform/qt/form_window.h"
+#include "platform/qt/printing.h"
 #include "platform/qt/sound.h"
 #include "platform/runtime.h"
 
@@ -53,15 +61,38 @@ void scaleFont(QWidget& w, double scale) {
 }  // namespace
 
 // Decoded pictures, most recently used first. Pictures are probed by the game and then shown, so
-// each file is read once; a changed file is read again.
+// each file is read once; a changed file is read again. A picture larger than the screen is decoded
+// at the screen's size, its pixel ratio keeping its own size as the size it shows at. Pictures that
+// no window shows any more are dropped past a few megabytes.
+struct QtUi::PictureEntry {
+    std::string path;
+    unsigned long long stamp;
+    QPixmap pixmap;  // null: not a picture
+    QSize size;      // the picture's own size
+};
+
 struct QtUi::PictureCache {
-    struct Entry {
-        std::string path;
-        unsigned long long stamp;
-        QPixmap pixmap;  // null: not a picture
-    };
-    static constexpr size_t kLimit = 8;
+    using Entry = PictureEntry;
+    static constexpr long long kSpareBytes = 24ll << 20;
+    static constexpr int kSpareCount = 32;
     std::list<Entry> entries;
+
+    void trim() {
+        long long bytes = 0;
+        int count = 0;
+        for (auto it = entries.begin(); it != entries.end();) {
+            // A pixmap that only the cache holds is shown nowhere.
+            const bool shown = !it->pixmap.isNull() && !it->pixmap.isDetached();
+            if (!shown) {
+                bytes += 4ll * it->pixmap.width() * it->pixmap.height();
+                if (++count > kSpareCount || bytes > kSpareBytes) {
+                    it = entries.erase(it);
+                    continue;
+                }
+            }
+            ++it;
+        }
+    }
 };
 
 QtUi::QtUi()
@@ -69,11 +100,18 @@ QtUi::QtUi()
       sound_(std::make_unique<SoundPlayer>()),
       pictures_(std::make_unique<PictureCache>()) {
     clock_.start();
+#ifdef __GLIBC__
+    // Window-sized pictures (composed tables, scaled pictures, cards) come and go with the window's
+    // size. A fixed threshold gives each its own mapping, so memory goes back to the system when
+    // the window shrinks; the default threshold grows with freed blocks and then keeps them.
+    mallopt(M_MMAP_THRESHOLD, 4 << 20);
+#endif
     // Closing a window unloads its form; whether the program then ends is the game's decision.
     QGuiApplication::setQuitOnLastWindowClosed(false);
 }
 
 QtUi::~QtUi() {
+    QThreadPool::globalInstance()->waitForDone();
     timers_.clear();
     help_.reset();
     // Owned windows are children of their owner's window: detach them so each is deleted once.
@@ -122,6 +160,15 @@ void QtUi::pauseUntil(double deadline) {
 
 void QtUi::post(std::function<void()> fn) {
     QMetaObject::invokeMethod(context_.get(), std::move(fn), Qt::QueuedConnection);
+}
+
+void QtUi::runInBackground(std::function<void()> work, std::function<void()> done) {
+    QObject* context = context_.get();
+    QThreadPool::globalInstance()->start([work = std::move(work), done = std::move(done), context] {
+        work();
+        // The pool is drained before the receiver goes, so it is still there.
+        QMetaObject::invokeMethod(context, done, Qt::QueuedConnection);
+    });
 }
 
 FormWindow* QtUi::window(Form& form, bool create) {
@@ -256,33 +303,52 @@ void QtUi::beep() {
     QApplication::beep();
 }
 
-QPixmap QtUi::picture(const std::string& path) {
-    if (path.empty()) return {};
+const QtUi::PictureEntry* QtUi::pictureEntry(const std::string& path) {
+    if (path.empty()) return nullptr;
     const unsigned long long stamp = fileStamp(path);
-    if (stamp == 0) return {};
+    if (stamp == 0) return nullptr;
     auto& entries = pictures_->entries;
     for (auto it = entries.begin(); it != entries.end(); ++it) {
         if (it->path != path) continue;
         if (it->stamp == stamp) {
             entries.splice(entries.begin(), entries, it);
-            return it->pixmap;
+            return &entries.front();
         }
         entries.erase(it);
         break;
     }
     QImageReader reader(fileName(path));
+    const QSize size = reader.size();
+    // No window shows a picture sharper than the largest screen can.
+    int largest = 0;
+    for (const QScreen* sc : QGuiApplication::screens())
+        largest = std::max(
+            largest,
+            static_cast<int>(std::ceil(std::max(sc->geometry().width(), sc->geometry().height()) *
+                                       sc->devicePixelRatio())));
+    largest = std::max(largest, 1024);
+    if (size.isValid() && (size.width() > largest || size.height() > largest))
+        reader.setScaledSize(size.scaled(largest, largest, Qt::KeepAspectRatio).expandedTo({1, 1}));
     QImage image = reader.read();
+    if (!image.isNull() && size.isValid() && image.width() != size.width())
+        image.setDevicePixelRatio(double(image.width()) / size.width());
+    const QSize own = image.isNull() ? QSize() : size.isValid() ? size : image.size();
     QPixmap pixmap = image.isNull() ? QPixmap() : QPixmap::fromImage(std::move(image));
-    entries.push_front({path, stamp, pixmap});
-    if (entries.size() > PictureCache::kLimit) entries.pop_back();
-    return pixmap;
+    entries.push_front({path, stamp, std::move(pixmap), own});
+    pictures_->trim();
+    return &entries.front();
+}
+
+QPixmap QtUi::picture(const std::string& path) {
+    const PictureEntry* e = pictureEntry(path);
+    return e ? e->pixmap : QPixmap();
 }
 
 Size QtUi::pictureSize(const std::string& path) {
     if (!fileExists(path)) raise(err::kFileNotFound);
-    const QPixmap pm = picture(path);
-    if (pm.isNull()) raise(err::kInvalidPicture);
-    return {pm.width(), pm.height()};
+    const PictureEntry* e = pictureEntry(path);
+    if (!e || e->pixmap.isNull()) raise(err::kInvalidPicture);
+    return {e->size.width(), e->size.height()};
 }
 
 Size QtUi::screenSize() {
@@ -303,16 +369,33 @@ bool QtUi::initCards(int& width, int& height) {
     return true;
 }
 
-void QtUi::openHelp(const std::string& file, int command, int) {
+void QtUi::openHelp(const std::string& file, int command, int context) {
     if (command == kHelpQuit) {
         if (help_) help_->hide();
         return;
     }
-    // Only help written as plain text or HTML can be shown.
-    std::string bytes = fileExists(file) ? readFileBytes(file, 4 << 20) : std::string();
-    const bool readable = !bytes.empty() && bytes.find('\0') == std::string::npos;
-    if (!readable) {
-        msgBox("Help is not available.", mb::kInformation, Runtime::kTitle);
+    // The help is an HTML document (plain text is shown as it is), whatever its file is called.
+    const QString name = fileName(file);
+    const QFileInfo info(name);
+    QString reason;
+    QByteArray bytes;
+    if (!info.exists()) {
+        reason = QStringLiteral("The help file %1 was not found.").arg(name);
+    } else if (!info.isFile()) {
+        reason = QStringLiteral("%1 is not a file.").arg(name);
+    } else {
+        QFile in(name);
+        if (!in.open(QIODevice::ReadOnly))
+            reason = QStringLiteral("The help file %1 could not be read: %2.")
+                         .arg(name, in.errorString());
+        else if ((bytes = in.read(4 << 20)).isEmpty())
+            reason = QStringLiteral("The help file %1 is empty.").arg(name);
+        else if (bytes.contains('\0'))
+            reason = QStringLiteral("The file %1 is not a help document.").arg(name);
+    }
+    if (!reason.isEmpty()) {
+        msgBox("Help is not available.\r\r" + fromQString(reason), mb::kInformation,
+               Runtime::kTitle);
         return;
     }
     if (!help_) {
@@ -321,22 +404,50 @@ void QtUi::openHelp(const std::string& file, int command, int) {
         scaleFont(*dialog, referenceScale());
         auto* layout = new QVBoxLayout(dialog);
         layout->setContentsMargins(0, 0, 0, 0);
+        layout->setSpacing(0);
+        auto* bar = new QToolBar(dialog);
+        bar->setObjectName(QStringLiteral("HelpToolBar"));
+        bar->setToolButtonStyle(Qt::ToolButtonTextOnly);
         auto* browser = new QTextBrowser(dialog);
         browser->setObjectName(QStringLiteral("HelpText"));
         browser->setOpenExternalLinks(true);
+        QAction* back = bar->addAction(QStringLiteral("Back"), browser, &QTextBrowser::backward);
+        QAction* forward =
+            bar->addAction(QStringLiteral("Forward"), browser, &QTextBrowser::forward);
+        QAction* contents = bar->addAction(QStringLiteral("Contents"), browser, [browser] {
+            // The top of the document holds its list of contents.
+            QUrl top = browser->source();
+            top.setFragment(QString());
+            browser->setSource(top, QTextDocument::HtmlResource);
+            browser->verticalScrollBar()->setValue(0);
+        });
+        back->setObjectName(QStringLiteral("HelpBack"));
+        forward->setObjectName(QStringLiteral("HelpForward"));
+        contents->setObjectName(QStringLiteral("HelpContents"));
+        back->setShortcut(QKeySequence::Back);
+        forward->setShortcut(QKeySequence::Forward);
+        back->setEnabled(false);
+        forward->setEnabled(false);
+        QObject::connect(browser, &QTextBrowser::backwardAvailable, back, &QAction::setEnabled);
+        QObject::connect(browser, &QTextBrowser::forwardAvailable, forward, &QAction::setEnabled);
+        layout->addWidget(bar);
         layout->addWidget(browser);
-        dialog->resize((QSizeF(600, 480) * std::max(1.0, referenceScale())).toSize());
+        dialog->resize((QSizeF(640, 520) * std::max(1.0, referenceScale())).toSize());
         help_.reset(dialog);
     }
     auto* browser = help_->findChild<QTextBrowser*>(QStringLiteral("HelpText"));
-    const QString name = fileName(file);
-    const QString suffix = QFileInfo(name).suffix().toLower();
-    const size_t first = bytes.find_first_not_of(" \t\r\n");
-    if (suffix == QLatin1String("htm") || suffix == QLatin1String("html") ||
-        (first != std::string::npos && bytes[first] == '<'))
-        browser->setSource(QUrl::fromLocalFile(QFileInfo(name).absoluteFilePath()));
-    else
-        browser->setPlainText(toDisplayLines(bytes));
+    const qsizetype first = bytes.indexOf('<');
+    const bool html = first >= 0 && bytes.left(first).trimmed().isEmpty();
+    if (html) {
+        // Context n is the topic under the anchor "context-n"; without one, the document's top.
+        QUrl url = QUrl::fromLocalFile(info.absoluteFilePath());
+        const QString anchor = QStringLiteral("context-%1").arg(context);
+        if (bytes.contains(("\"" + anchor + "\"").toLatin1())) url.setFragment(anchor);
+        browser->setSource(url, QTextDocument::HtmlResource);
+        if (!url.hasFragment()) browser->verticalScrollBar()->setValue(0);
+    } else {
+        browser->setPlainText(toDisplayLines(std::string(bytes.constData(), bytes.size())));
+    }
     help_->setWindowTitle(QStringLiteral("%1 Help").arg(QLatin1String(Runtime::kTitle)));
     help_->show();
     help_->raise();
@@ -352,6 +463,23 @@ bool QtUi::startProgram(const std::string& path) {
     return QProcess::startDetached(program, parts);
 }
 
+RegistryValue QtUi::readRegistry(uint32_t root, const std::string& key,
+                                 const std::string& valueName) {
+    // There is no registry here. The one value the game asks for, the path of the system's
+    // information tool, is answered with the desktop's own tool when one is installed.
+    if (root != reg::kLocalMachine || key != "SOFTWARE\\Microsoft\\Shared Tools\\MSINFO" ||
+        valueName != "PATH")
+        return {};
+    const std::string program = systemInformationProgram();
+    if (program.empty()) return {};
+    return {RegistryValue::kOk, reg::kText, program + '\0'};
+}
+
+bool QtUi::printPicture(const PrintJob& job) {
+    if (ending_) return false;
+    return printPictureWithDialogs(job, dialogParent(), referenceScale());
+}
+
 void QtUi::endProgram() {
     if (ending_) return;
     ending_ = true;
@@ -359,10 +487,13 @@ void QtUi::endProgram() {
     sound_->stopAll();
     if (help_) help_->hide();
     for (auto& [form, w] : windows_) w->hideForEnd();
-    QCoreApplication::exit(0);
+    // The runtime has set the status before it asks the front end to end.
+    const int status = runtime_ ? runtime_->exitCode() : 0;
+    QCoreApplication::exit(status);
     // Also when the main event loop has not started yet: it then ends as soon as it runs.
     QMetaObject::invokeMethod(
-        QCoreApplication::instance(), [] { QCoreApplication::exit(0); }, Qt::QueuedConnection);
+        QCoreApplication::instance(), [status] { QCoreApplication::exit(status); },
+        Qt::QueuedConnection);
 }
 
 }  // namespace bm::qt

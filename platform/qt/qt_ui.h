@@ -35,6 +35,7 @@ class QtUi : public Ui {
     void waitFor(const std::function<bool()>& done, double deadline) override;
     void pauseUntil(double deadline) override;
     void post(std::function<void()> fn) override;
+    void runInBackground(std::function<void()> work, std::function<void()> done) override;
 
     void formChanged(Form& form) override;
     void controlChanged(Control& control) override;
@@ -54,6 +55,9 @@ class QtUi : public Ui {
     void releaseCards() override {}
     void openHelp(const std::string& file, int command, int context) override;
     bool startProgram(const std::string& path) override;
+    RegistryValue readRegistry(uint32_t root, const std::string& key,
+                               const std::string& valueName) override;
+    bool printPicture(const PrintJob& job) override;
     void endProgram() override;
 
     // The window of a form, made on first request when `create` is set (nullptr otherwise).
@@ -61,13 +65,16 @@ class QtUi : public Ui {
     // The scale of the main (first resizable) window once it has been shown, for windows of fixed
     // size; before that a scale suited to the screen.
     double referenceScale() const;
-    // A picture file decoded once and kept while the file is unchanged; a null pixmap when the
-    // file is missing or not a picture.
+    // A picture file decoded once and kept while the file is unchanged and shown (or recently
+    // used); a null pixmap when the file is missing or not a picture. A picture larger than the
+    // screen comes decoded at the screen's size, with its own size as its device-independent size.
     QPixmap picture(const std::string& path);
     bool ending() const { return ending_; }
 
   private:
+    struct PictureEntry;
     struct PictureCache;
+    const PictureEntry* pictureEntry(const std::string& path);
     void wait(const std::function<bool()>* done, double deadline, bool userInput);
     QWidget* dialogParent();
 

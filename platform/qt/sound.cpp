@@ -1,40 +1,52 @@
 #include "platform/qt/sound.h"
 
+#include <QCoreApplication>
+#include <QDir>
 #include <QFile>
-#include <QSoundEffect>
-#include <QUrl>
+#include <QLibrary>
 
 #include "platform/files.h"
+#include "platform/qt/sound_backend.h"
 
 namespace bm::qt {
 
-SoundPlayer::SoundPlayer() = default;
+SoundPlayer::SoundPlayer()
+    : folders_{QCoreApplication::applicationDirPath(), QStringLiteral(BM_SOUND_MODULE_DIR)} {}
+
 SoundPlayer::~SoundPlayer() = default;
+
+SoundBackend* SoundPlayer::backend() {
+    if (backend_ || triedLoading_) return backend_.get();
+    triedLoading_ = true;
+    for (const QString& folder : folders_) {
+        // Left loaded for the rest of the run: effects may still be playing at the end.
+        QLibrary module(QDir(folder).filePath(QStringLiteral(BM_SOUND_MODULE)));
+        using Create = SoundBackend* (*)();
+        if (auto create = reinterpret_cast<Create>(module.resolve("bmCreateSoundBackend"))) {
+            backend_.reset(create());
+            break;
+        }
+    }
+    return backend_.get();
+}
 
 double SoundPlayer::play(const std::string& path) {
     const unsigned long long stamp = fileStamp(path);
     if (stamp == 0) return 0;
     Entry& e = entries_[path];
-    if (e.stamp != stamp) {
-        // A new or changed file: read its length again and load it afresh.
+    const bool changed = e.stamp != stamp;
+    if (changed) {
+        // A new or changed file: read its length again.
         e.stamp = stamp;
         e.duration = waveDuration(path);
-        e.effect.reset();
     }
     if (e.duration <= 0) return 0;
-    if (!e.effect) {
-        e.effect = std::make_unique<QSoundEffect>();
-        e.effect->setSource(QUrl::fromLocalFile(QFile::decodeName(path.c_str())));
-    }
-    // Playing a sound that is still playing starts it again from the beginning.
-    e.effect->stop();
-    e.effect->play();
+    if (SoundBackend* b = backend()) b->play(QFile::decodeName(path.c_str()), changed);
     return e.duration;
 }
 
 void SoundPlayer::stopAll() {
-    for (auto& [path, e] : entries_)
-        if (e.effect) e.effect->stop();
+    if (backend_) backend_->stopAll();
 }
 
 }  // namespace bm::qt

@@ -1,26 +1,36 @@
-// Measures the game's window: started like the game, it ends at the first paint of the table
-// window, so timing the whole process gives "start to first painted window". With --redraw it
-// stays up and times full repaints of the table at twice the logical size instead.
+// Measures the game's windows; prints figures, asserts nothing.
+//   bm_bench_startup                       started like the game, it ends at the first paint of
+//                                          the first form, so timing the whole process gives
+//                                          "start to first painted window"
+//   bm_bench_startup --table               starts a game and stays up (for memory and resize
+//                                          measurements from outside)
+//   bm_bench_startup --redraw WxH [SCALE]  starts a game, sizes the table to WxH device pixels
+//                                          with QT_SCALE_FACTOR=SCALE and times full repaints
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QTimer>
 #include <QWidget>
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <string>
 #include <vector>
 
+#include "forms/tarnmenu.h"
+#include "platform/qt/card_painter.h"
 #include "platform/qt/qt_ui.h"
 #include "platform/runtime.h"
-#include "table/game.h"
+#include "program/program.h"
 
 namespace {
 
+// Leaves right after the first paint of any form's window.
 class FirstPaint : public QObject {
   public:
     bool eventFilter(QObject* watched, QEvent* event) override {
-        if (event->type() == QEvent::Paint && watched->objectName() == QLatin1String("Brindle") &&
-            !seen) {
+        if (event->type() == QEvent::Paint && !seen && watched->isWidgetType() &&
+            static_cast<QWidget*>(watched)->isWindow() && !watched->objectName().isEmpty()) {
             seen = true;
             // The paint is under way; leave as soon as it is done, whatever loop runs then.
             QTimer::singleShot(0, [] { std::_Exit(0); });
@@ -30,43 +40,81 @@ class FirstPaint : public QObject {
     bool seen = false;
 };
 
-void timeRedraws() {
-    QWidget* table = nullptr;
+QWidget* table() {
     for (QWidget* w : QApplication::topLevelWidgets())
-        if (w->objectName() == QLatin1String("Brindle")) table = w;
-    if (!table) return;
-    // The window at twice the table's logical size: every repaint draws the felt, the 26 cards
-    // and every control over them.
-    table->resize(1520, 1080);
-    QCoreApplication::processEvents();
+        if (w->objectName() == QLatin1String("Brindle") && w->isVisible()) return w;
+    return nullptr;
+}
+
+void settle(int ms) {
+    QElapsedTimer t;
+    t.start();
+    while (t.elapsed() < ms) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
+}
+
+void report(const char* name, std::vector<double> us) {
+    std::sort(us.begin(), us.end());
+    std::printf("%s median=%.0f min=%.0f max=%.0f\n", name, us[us.size() / 2], us.front(),
+                us.back());
+}
+
+// Full repaints of the table at `device` pixels: every one draws the felt, the cards and every
+// control over them.
+void timeRedraws(QWidget* w, QSize device) {
+    const double dpr = w->devicePixelRatioF();
+    w->resize((QSizeF(device) / dpr).toSize());
+    settle(1500);  // the cards of the new size are rendered meanwhile
     std::vector<double> us;
     for (int k = 0; k < 200; ++k) {
         QElapsedTimer t;
         t.start();
-        table->repaint();
+        w->repaint();
         us.push_back(t.nsecsElapsed() / 1000.0);
     }
-    std::sort(us.begin(), us.end());
-    std::printf("table_redraw_2x_us median=%.0f min=%.0f (first %.0f)\n", us[us.size() / 2], us[0],
-                us.back());
+    const std::string size = " size=" + std::to_string(device.width()) + "x" +
+                             std::to_string(device.height()) + " dpr=" + std::to_string(dpr);
+    report(("table_redraw_us" + size).c_str(), us);
+    std::printf("card_cache pixmaps=%d bytes=%lld\n", bm::qt::cardPixmapCacheSize(),
+                bm::qt::cardPixmapCacheBytes());
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    bool redraw = argc > 1 && std::strcmp(argv[1], "--redraw") == 0;
+    const bool redraw = argc > 2 && std::strcmp(argv[1], "--redraw") == 0;
+    const bool stay = redraw || (argc > 1 && std::strcmp(argv[1], "--table") == 0);
+    QSize device(3840, 2160);
+    if (redraw) {
+        int w = 0, h = 0;
+        if (std::sscanf(argv[2], "%dx%d", &w, &h) == 2) device = QSize(w, h);
+        if (argc > 3) qputenv("QT_SCALE_FACTOR", argv[3]);
+    }
     QApplication app(argc, argv);
     FirstPaint watcher;
-    if (!redraw) app.installEventFilter(&watcher);
+    if (!stay) app.installEventFilter(&watcher);
     bm::qt::QtUi ui;
     bm::Runtime runtime(ui, BM_PROGRAM_FOLDER);
-    bm::Game game(runtime);
-    game.start();
-    if (redraw)
-        QTimer::singleShot(7000, [] {
-            timeRedraws();
-            QCoreApplication::exit(0);
+    bm::Program program(runtime);
+    program.start();
+    if (stay) {
+        // The program opens at its menu: start a game, as the player would.
+        QTimer::singleShot(0, [&] { program.tarnmenu().CmdStart.fireClick(); });
+    }
+    if (redraw) {
+        QTimer::singleShot(0, [device] {
+            QElapsedTimer t;
+            t.start();
+            while (!table() && t.elapsed() < 30000) settle(100);
+            if (QWidget* w = table()) {
+                settle(1500);  // the deal
+                timeRedraws(w, device);
+            } else {
+                std::printf("no table window\n");
+            }
+            std::fflush(stdout);
+            std::_Exit(0);
         });
+    }
     int code = QApplication::exec();
     std::fflush(stdout);
     std::_Exit(code);  // skip teardown: the figure is start to first paint

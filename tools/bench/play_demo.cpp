@@ -15,19 +15,20 @@
 #include <string>
 
 #include "forms/tarnhisc.h"
+#include "forms/tarnmenu.h"
 #include "forms/tarnmess.h"
 #include "platform/qt/form_window.h"
 #include "platform/qt/qt_ui.h"
 #include "platform/runtime.h"
+#include "program/program.h"
 #include "table/brindle.h"
-#include "table/game.h"
 #include "table/hilo.h"
 
 namespace {
 
 class Demo {
   public:
-    Demo(bm::qt::QtUi& ui, bm::Game& game, std::string shots)
+    Demo(bm::qt::QtUi& ui, bm::Program& game, std::string shots)
         : ui_(ui), game_(game), shots_(std::move(shots)) {}
 
     void tick() {
@@ -211,7 +212,7 @@ class Demo {
     }
 
     bm::qt::QtUi& ui_;
-    bm::Game& game_;
+    bm::Program& game_;
     std::string shots_;
     bool busy_ = false;
     int shotCount_ = 0;
@@ -237,12 +238,14 @@ int main(int argc, char** argv) {
     std::string shots = argc > 1 ? argv[1] : "/tmp";
     bm::qt::QtUi ui;
     bm::Runtime runtime(ui, BM_PROGRAM_FOLDER);
-    bm::Game game(runtime);
+    bm::Program game(runtime);
     Demo demo(ui, game, shots);
     QTimer timer;
     QObject::connect(&timer, &QTimer::timeout, [&] { demo.tick(); });
     timer.start(400);
     game.start();
+    // The program opens at its menu; the demo starts a game from there.
+    QTimer::singleShot(300, [&] { game.tarnmenu().CmdStart.fireClick(); });
     int code = QApplication::exec();
     std::_Exit(code);
 }

@@ -1,5 +1,8 @@
 // Self-checks of the card painter, run headless: exits non-zero and names the failures.
 #include <QColor>
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
 #include <QGuiApplication>
 #include <QImage>
 #include <QPainter>
@@ -93,9 +96,52 @@ void cacheKeys() {
     check(cardPixmap(54, 1, Qt::yellow, 2.0).cacheKey() != back, "a back depends on its colour");
     check(cardPixmap(-3, 0, {}, 2.0).cacheKey() == cardPixmap(60, 0, {}, 2.0).cacheKey(),
           "all out-of-range faces share the blank card");
-    for (int i = 0; i < 1000; ++i) cardPixmap(54, 1, QColor::fromRgb(i % 256, i / 256, 0), 1.0);
-    check(bm::qt::cardPixmapCacheSize() <= 300, "the cache stays bounded");
-    check(bm::qt::cardPixmapCacheSize() > 0, "the cache keeps recent pixmaps");
+    for (int i = 0; i < 1000; ++i) cardPixmap(54, 1, QColor::fromRgb(i % 256, i / 256, 0), 2.0);
+    check(bm::qt::cardPixmapCacheBytes() <= bm::qt::cardPixmapCacheLimit(),
+          "the cache stays within its bytes");
+    check(bm::qt::cardPixmapCacheSize() > 100, "the cache keeps recent pixmaps");
+}
+
+// Runs the event loop until the cards queued for the worker are cached; false on a time-out.
+bool waitForRenders() {
+    QObject receiver;
+    bool done = false;
+    bm::qt::whenCardsRendered(&receiver, [&] { done = true; });
+    QElapsedTimer t;
+    t.start();
+    while (!done && t.elapsed() < 10000)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    return done;
+}
+
+// A new scale is drawn from the nearest cached one until the worker has rendered it; then the
+// scales no window uses any more are dropped, and cards too large to cache are not cached.
+void newScalesRenderBehindTheScenes() {
+    using bm::qt::cardPicture;
+    bm::qt::clearCardPixmapCache();
+    bm::qt::CardScaleUse window;
+    window.set(2.0);
+    const bm::qt::CardPicture first = cardPicture(9, 0, {}, 2.0);
+    check(first.pixmap && first.exact, "a card never drawn before is rendered at once");
+    cardPicture(54, 1, kCyan, 1.5);  // another window's size, given up below
+
+    window.set(3.0);
+    const bm::qt::CardPicture standIn = cardPicture(9, 0, {}, 3.0);
+    check(standIn.pixmap && !standIn.exact && standIn.pixmap->width() == 142,
+          "the nearest cached size stands in for a new one");
+    check(waitForRenders(), "the worker finishes");
+    const bm::qt::CardPicture sharp = cardPicture(9, 0, {}, 3.0);
+    check(sharp.pixmap && sharp.exact && sharp.pixmap->width() == 213,
+          "the new size is there once rendered");
+    check(sharp.pixmap->toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied) ==
+              render(9, 0, {}, 3.0),
+          "a card rendered by the worker equals one rendered at once");
+    check(bm::qt::cardPixmapCacheSize() == 1, "sizes no window uses are dropped");
+
+    check(!bm::qt::cardCacheable(40.0) && bm::qt::cardCacheable(4.0),
+          "huge cards are too large to cache");
+    check(cardPicture(9, 0, {}, 40.0).pixmap == nullptr, "a huge card is left to the caller");
+    check(cardPicture(9, 7, {}, 3.0).pixmap == nullptr, "an unknown mode has nothing to draw");
 }
 
 void eraseCoversEverything() {
@@ -258,6 +304,7 @@ int main(int argc, char** argv) {
     QGuiApplication app(argc, argv);
     pixmapGeometry();
     cacheKeys();
+    newScalesRenderBehindTheScenes();
     eraseCoversEverything();
     facesLookRight();
     backUsesColour();

@@ -1,0 +1,117 @@
+#!/usr/bin/env bash
+# Window figures of the game beside a bare Qt window (and a peer program when one is given), all
+# measured in one run, interleaved, medians printed. Needs an X display in DISPLAY (e.g. Xvfb) and
+# the X-side tools of ../shared/tools built (xspy, xresize, bareqt) in TOOLS.
+#   TOOLS=/path/to/tools tools/bench/window_figures.sh BUILD_DIR [PEER_COMMAND]
+# Prints: start to first paint, resident memory 3 s after start, memory after 40 resizes up to
+# 3840x2160 and after a resize to 30000x30000 and back, and the time to the first and last drawing
+# after a resize to an unseen size and after each small step of a drag.
+set -euo pipefail
+build=${1:?build folder}
+peer=${2:-}
+tools=${TOOLS:?folder with xspy, xresize and bareqt}
+rounds=${ROUNDS:-5}
+game=$build/bin/brindlemoor
+table="$build/tools/bench/bm_bench_startup --table"
+bare=$tools/bareqt
+
+median() { sort -n | awk '{a[NR]=$1} END {if (NR) print a[int((NR+1)/2)]; else print "-"}'; }
+rss_kb() { awk '/VmRSS/ {print $2}' "/proc/$1/status"; }
+
+# The largest mapped top-level window of a process.
+window_of() {
+    local best="" area=0 w
+    for w in $(xdotool search --all --onlyvisible --pid "$1" 2>/dev/null); do
+        eval "$(xdotool getwindowgeometry --shell "$w")"
+        if ((WIDTH * HEIGHT > area)); then area=$((WIDTH * HEIGHT)); best=$w; fi
+    done
+    echo "$best"
+}
+
+declare -A paint rss
+names=(game bare)
+cmds=("$game" "$bare")
+exit_cmds=("$game" "$bare --exit-at-paint")
+if [[ -n $peer ]]; then names+=(peer); cmds+=("$peer"); exit_cmds+=("$peer"); fi
+
+for ((r = 0; r < rounds; ++r)); do
+    for i in "${!names[@]}"; do
+        n=${names[$i]}
+        # shellcheck disable=SC2086
+        ms=$(XSPY_STOP_AT_PAINT=1 "$tools/xspy" 10 100 ${exit_cmds[$i]} 2>/dev/null |
+            sed -n 's/.*paint_ms=\([0-9.]*\).*/\1/p' | head -1)
+        paint[$n]+="$ms "
+        # shellcheck disable=SC2086
+        ${cmds[$i]} > /dev/null 2>&1 &
+        pid=$!
+        sleep 3
+        rss[$n]+="$(rss_kb $pid) "
+        kill $pid 2>/dev/null || true
+        wait $pid 2>/dev/null || true
+    done
+done
+for n in "${names[@]}"; do
+    echo "$n start_to_first_paint_ms=$(tr ' ' '\n' <<< "${paint[$n]}" | grep . | median)" \
+        "rss_3s_kb=$(tr ' ' '\n' <<< "${rss[$n]}" | grep . | median)"
+done
+
+# Memory through resizes: the table (once the game has started) and the bare window.
+resize_memory() {
+    local name=$1 settle=$2
+    shift 2
+    "$@" > /dev/null 2>&1 &
+    local pid=$!
+    sleep "$settle"
+    local w
+    w=$(window_of $pid)
+    eval "$(xdotool getwindowgeometry --shell "$w")"
+    local w0=$WIDTH h0=$HEIGHT before after big
+    before=$(rss_kb $pid)
+    for ((k = 0; k < 40; ++k)); do
+        xdotool windowsize "$w" $((800 + k * 76)) $((560 + k * 40))
+        sleep 0.15
+    done
+    xdotool windowsize "$w" $w0 $h0
+    sleep 2
+    after=$(rss_kb $pid)
+    xdotool windowsize "$w" 30000 30000
+    sleep 2
+    xdotool windowsize "$w" $w0 $h0
+    sleep 2
+    big=$(rss_kb $pid)
+    echo "$name rss_kb before=$before after_40_resizes=$after after_30000=$big"
+    kill $pid 2>/dev/null || true
+    wait $pid 2>/dev/null || true
+}
+# shellcheck disable=SC2086
+resize_memory game 9 $table
+resize_memory bare 2 "$bare"
+# shellcheck disable=SC2086
+[[ -n $peer ]] && resize_memory peer 4 $peer
+
+# Resizes timed from the X server's side: unseen sizes, then the small steps of a drag.
+screen=$(xdpyinfo | awk '/dimensions:/ {print $2}')
+sw=${screen%x*} sh=${screen#*x}
+unseen="$((sw * 70 / 100))x$((sh * 70 / 100)),$((sw * 90 / 100))x$((sh * 95 / 100)),$((sw * 55 / 100))x$((sh * 60 / 100)),$((sw * 80 / 100))x$((sh * 85 / 100))"
+drag=""
+for ((k = 0; k < 8; ++k)); do
+    drag+="$((sw * 60 / 100 + k * 12))x$((sh * 60 / 100 + k * 8)),"
+done
+drag=${drag%,}
+resize_times() {
+    local name=$1 settle=$2 sizes=$3 out
+    shift 3
+    out=$("$tools/xresize" "$settle" 1 "$sizes" "$@" 2> /dev/null)
+    echo "$name first_ms=$(grep -o 'first_ms=[0-9.]*' <<< "$out" | cut -d= -f2 | median)" \
+        "settled_ms=$(grep -o 'settled_ms=[0-9.]*' <<< "$out" | cut -d= -f2 | median)"
+}
+for what in unseen drag; do
+    sizes=${!what}
+    for ((r = 0; r < 3; ++r)); do
+        # shellcheck disable=SC2086
+        resize_times "game $what" 9 "$sizes" $table
+        resize_times "bare $what" 2 "$sizes" "$bare"
+        # shellcheck disable=SC2086
+        [[ -n $peer ]] && resize_times "peer $what" 4 "$sizes" $peer
+    done
+done
