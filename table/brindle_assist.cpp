@@ -271,11 +271,16 @@ void Brindle::startBestPossible() {
     auto gain = std::make_shared<int64_t>(0);
     runtime().ui().runInBackground(
         [deal, speed, gain] {
-            solver::Solver solver;
-            *gain = solver.bestGain(deal, speed);
+            // A deal the solver refuses shows nothing rather than ending the program.
+            try {
+                solver::Solver solver;
+                *gain = solver.bestGain(deal, speed);
+            } catch (const std::exception&) {
+                *gain = -1;
+            }
         },
         [this, serial, base, gain] {
-            if (serial != bestSerial_ || !loaded()) return;
+            if (serial != bestSerial_ || !loaded() || *gain < 0) return;
             LbBestCaption.setCaption("BEST POSSIBLE");
             LbBest.setCaption(formatNumber(static_cast<double>(base + *gain), "##,##"));
         });

@@ -1,6 +1,8 @@
 #include "table/hint.h"
 
 #include <algorithm>
+#include <atomic>
+#include <exception>
 #include <random>
 #include <thread>
 #include <vector>
@@ -80,19 +82,27 @@ Hint fairHint(const VisibleTable& t, int speed, int samples) {
     }
     std::vector<std::vector<int64_t>> gains(arrangements.size(),
                                             std::vector<int64_t>(playable.size(), 0));
+    // A position the solver refuses (a table that does not add up) gives no hint; nothing may
+    // escape a worker thread.
+    std::atomic<bool> failed{false};
     auto solveRange = [&](size_t from, size_t to) {
-        solver::Solver solver;
-        for (size_t s = from; s < to; ++s)
-            for (size_t k = 0; k < playable.size(); ++k) {
-                solver::Position after = arrangements[s];
-                const int64_t now = solver::applyMove(after, playable[k], speed);
-                gains[s][k] = now + (after.castles >= 5 ? 0 : solver.bestGain(after, speed));
-            }
+        try {
+            solver::Solver solver;
+            for (size_t s = from; s < to; ++s)
+                for (size_t k = 0; k < playable.size(); ++k) {
+                    solver::Position after = arrangements[s];
+                    const int64_t now = solver::applyMove(after, playable[k], speed);
+                    gains[s][k] = now + (after.castles >= 5 ? 0 : solver.bestGain(after, speed));
+                }
+        } catch (const std::exception&) {
+            failed = true;
+        }
     };
     const size_t half = arrangements.size() / 2;
     std::thread helper(solveRange, size_t{0}, half);
     solveRange(half, arrangements.size());
     helper.join();
+    if (failed) return {};
     std::vector<double> total(playable.size(), 0);
     for (const auto& row : gains)
         for (size_t k = 0; k < playable.size(); ++k) total[k] += static_cast<double>(row[k]);

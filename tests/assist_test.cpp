@@ -7,6 +7,7 @@
 #include "platform/vb.h"
 #include "solver/solver.h"
 #include "table/brindle.h"
+#include "table/hint.h"
 #include "tests/harness.h"
 
 namespace bm::test {
@@ -117,6 +118,18 @@ TEST(Hint, SeesOnlyWhatThePlayerSees) {
     EXPECT_TRUE(first == 20 || first == 21);
     // Other orders of the face-down cards and the pile: the same hint.
     for (unsigned seed : {2u, 3u, 4u}) EXPECT_EQ(hintOn(withHidden(deck, seed)), first) << seed;
+}
+
+TEST(Hint, ATableThatDoesNotAddUpGetsNoHintInsteadOfAFailure) {
+    // Three castles counted with no top-row card taken: the solver refuses such a position.
+    VisibleTable t;
+    for (size_t p = 0; p < 26; ++p) t.layout[p] = static_cast<int16_t>(p);
+    t.faceDown = (1u << 20) - 1;
+    t.dealtOpenCard = 51;
+    t.stackCard = 51;  // a King: the Queen at 45 is not in view, the Ace at 0..3 face down
+    t.layout[20] = 47;
+    t.castles = 3;
+    EXPECT_EQ(fairHint(t, 1200, 4).position, -1);
 }
 
 TEST(Hint, HighlightsTheProposedCardUntilTheNextMoveAndThePileWhenNothingPlays) {
