@@ -91,8 +91,7 @@ void About::Form_Load() {
                           std::to_string(BM_VERSION_MINOR) + "." +
                           std::to_string(BM_VERSION_PATCH) + "  (Windows 95/98)");
     lblTitle.setCaption(title);
-    Size screen = runtime().ui().screenSize();
-    setPosition((screen.width - width()) / 2, (screen.height - height()) / 2);
+    centerOnScreen();
 }
 
 void About::Form_Activate() {

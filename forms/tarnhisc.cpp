@@ -109,8 +109,7 @@ void Tarnhisc::Form_Load() {
         setSize(kFormWidth, kShowHeight);
         Image1.setTop(kShowPictureTop);
     }
-    Size screen = runtime().ui().screenSize();
-    setPosition((screen.width - width()) / 2 + 1, (screen.height - height()) / 2);
+    centerOnScreen(1);
 
     const Columns& cols = entry ? kEntryColumns : kShowColumns;
     for (size_t k = 0; k < 5; ++k) {

@@ -100,8 +100,7 @@ void Tarnmenu::design() {
 void Tarnmenu::Form_Load() {
     auto& m = game_.state.menu;
     auto& lines = game_.state.MessageLines;
-    Size screen = runtime().ui().screenSize();
-    setPosition((screen.width - width()) / 2, (screen.height - height()) / 2);
+    centerOnScreen();
 
     if (m.intMenuReturn == 0) m.intMenuReturn = 2;
     const int bits = runtime().ui().bitsPerPixel();

@@ -47,9 +47,8 @@ void Tarnmess::design() {
 }
 
 void Tarnmess::Form_Load() {
-    Size screen = runtime().ui().screenSize();
     // Centred, one pixel (20 twips) right of the middle.
-    setPosition((screen.width - width()) / 2 + 1, (screen.height - height()) / 2);
+    centerOnScreen(1);
     try {
         ShowRandomPicture(game_, Image1, kPictureLeft, kPictureWidth);
     } catch (const RuntimeError& e) {

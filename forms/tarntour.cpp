@@ -100,8 +100,7 @@ void Tarntour::Form_Load() {
     setCaption(title);
     Label2.setCaption(title);
     Label2.setAccessibleName(title.empty() ? "Title" : title);
-    Size screen = runtime().ui().screenSize();
-    setPosition((screen.width - width()) / 2, (screen.height - height()) / 2);
+    centerOnScreen();
     show();
     dblPicMax = kPicMax;
     try {

@@ -34,6 +34,11 @@ void Form::setSize(int width, int height) {
     if (loaded_) runtime_.ui().formChanged(*this);
 }
 
+void Form::centerOnScreen(int rightBy) {
+    const Size screen = runtime_.ui().screenSize();
+    setPosition((screen.width - width_) / 2 + rightBy, (screen.height - height_) / 2);
+}
+
 void Form::load() {
     if (loaded_) return;
     loaded_ = true;

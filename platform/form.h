@@ -49,6 +49,8 @@ class Form {
     int height() const { return height_; }  // inner height
     void setPosition(int left, int top);
     void setSize(int width, int height);
+    // Places the form in the middle of the screen, `rightBy` pixels right of it.
+    void centerOnScreen(int rightBy = 0);
     uint32_t backColor() const { return backColor_; }
     void setBackColor(uint32_t rgb) { backColor_ = rgb; }
     Border border() const { return border_; }

@@ -129,6 +129,8 @@ class Brindle : public Form {
     void markRect(int position, int& x, int& y) const;
     // Face-up layout cards and the open card: what the focus can rest on.
     bool focusable(int position) const;
+    // True when the card at a layout position is one rank from the open card.
+    bool playsNow(int position) const;
     // The layout's cards and the open card with the pile, for assistive technology; pressing one
     // plays it as a click would, and pressing the open card turns the next pile card.
     std::vector<AccessibleItem> accessibleItems() const override;

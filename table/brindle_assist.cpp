@@ -26,6 +26,10 @@ int rowOf(int p) {
 }
 }  // namespace
 
+bool Brindle::playsNow(int p) const {
+    return solver::ranksTouch(g_.cards.intDeck[static_cast<size_t>(p)] / 4, intStackCard / 4);
+}
+
 bool Brindle::focusable(int p) const {
     if (p == kStack) return true;
     return p >= 0 && p < 26 && intCardState[static_cast<size_t>(p)] == 1;
@@ -84,10 +88,8 @@ void Brindle::moveFocus(int dx, int dy) {
     if (!focusable(intFocusPos)) {
         // The first key press marks the first card that plays, else the open card.
         intFocusPos = kStack;
-        const int s = intStackCard / 4;
         for (int p : targets) {
-            const int c = g_.cards.intDeck[static_cast<size_t>(p)] / 4;
-            if (p != kStack && (c == (s + 1) % 13 || c == (s + 12) % 13)) {
+            if (p != kStack && playsNow(p)) {
                 intFocusPos = static_cast<int16_t>(p);
                 break;
             }
@@ -180,7 +182,6 @@ std::vector<AccessibleItem> Brindle::accessibleItems() const {
     std::vector<AccessibleItem> items;
     if (!loaded()) return items;
     const auto& c = g_.cards;
-    const int s = intStackCard / 4;
     for (size_t p = 0; p < 26; ++p) {
         AccessibleItem item;
         item.left = lngCardX[p];
@@ -195,10 +196,8 @@ std::vector<AccessibleItem> Brindle::accessibleItems() const {
             item.name = "Face-down card";
             item.description = "Not playable";
         } else {
-            const int r = c.intDeck[p] / 4;
             item.name = cardName(c.intDeck[p]);
-            item.description =
-                (r == (s + 1) % 13 || r == (s + 12) % 13) ? "Playable" : "Not playable";
+            item.description = playsNow(static_cast<int>(p)) ? "Playable" : "Not playable";
             item.pressable = true;
         }
         items.push_back(item);

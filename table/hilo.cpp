@@ -98,8 +98,7 @@ void HiLo::design() {
 void HiLo::Form_Load() {
     auto& rt = runtime();
     ++loadSerial_;
-    Size screen = rt.ui().screenSize();
-    setPosition((screen.width - width()) / 2, (screen.height - height()) / 2);
+    centerOnScreen();
     game_.state.hilo.HiLoDecided = 0;
     rt.randomize();
     intLowCard = static_cast<int16_t>(vbInt(rt.rnd() * 22 + 4));
