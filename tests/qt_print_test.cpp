@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QImage>
+#include <QLibrary>
 #include <QPainter>
 #include <QPrinter>
 #include <QRegularExpression>
@@ -124,6 +125,13 @@ TEST(SystemInformation, TakesTheFirstKnownToolThatIsInstalled) {
         else
             qputenv(name, old);
     }
+}
+
+// The game loads printing as a module on the first print: the built module must offer its entry.
+TEST(PrintModule, OffersItsEntryPoint) {
+    QLibrary module(QStringLiteral(BM_PRINT_MODULE_PATH));
+    EXPECT_NE(module.resolve("bmPrintPictureWithDialogs"), nullptr)
+        << qPrintable(module.errorString());
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QBackingStore>
 #include <QDir>
 #include <QFile>
 #include <QGuiApplication>
@@ -211,6 +212,86 @@ TEST_F(QtUiTest, ANewSizeShowsItsCardsAtOnceAndSharpensThemAfter) {
     // Removing the card repaints the felt where it lay.
     form.surface().drawCard(120, 40, 0, 8, 0x008000);
     EXPECT_EQ(window().grab().toImage().pixelColor(377 + 90, 104 + 120), QColor(0, 0x80, 0));
+}
+
+// A settled window's repaint fills and copies straight into the window's buffer, and buttons draw
+// from their last drawing: what reaches the buffer is what the painter draws, and a button's
+// drawing follows its caption and state.
+TEST_F(QtUiTest, TheWindowBufferHoldsWhatIsDrawn) {
+    setScale2();
+    form.surface().drawCard(120, 40, 54, 1, 0x00FFFF);
+    form.surface().drawCard(20, 60, 12, 1, 0xFF0000);
+    window().grab();
+    QObject receiver;
+    bool rendered = false;
+    bm::qt::whenCardsRendered(&receiver, [&] { rendered = true; });
+    ui.waitFor([&] { return rendered; }, ui.now() + 10);
+    ui.waitFor([] { return false; }, ui.now() + 0.6);  // composed by now
+    child<QLineEdit>("txtName")->setFocus();           // disabling the button then moves no focus
+    QApplication::processEvents();
+    auto buffer = [&] {
+        window().repaint();
+        QPaintDevice* device = window().backingStore()->paintDevice();
+        EXPECT_EQ(device->devType(), QInternal::Image);
+        return static_cast<QImage*>(device)
+            ->copy(QRect(QPoint(), window().size()))
+            .convertToFormat(QImage::Format_RGB32);
+    };
+    auto drawn = [&] { return window().grab().toImage().convertToFormat(QImage::Format_RGB32); };
+    const QImage first = buffer();
+    EXPECT_EQ(first, drawn());
+    EXPECT_EQ(first.pixelColor(50 + 2 * 4, 2 * 120), QColor(0, 0x80, 0));  // the felt
+    EXPECT_EQ(first.pixelColor(10, 150), QColor(0, 0x80, 0).darker(160));  // the band beside it
+
+    // The button's kept drawing is what a plain button of the same make draws.
+    QPushButton* deal = child<QPushButton>("cmdDeal");
+    QPushButton plain;
+    plain.setFont(deal->font());
+    plain.setPalette(deal->palette());
+    plain.setText(deal->text());
+    plain.resize(deal->size());
+    auto drawing = [](QWidget* w) {
+        QImage image(w->size(), QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        w->render(&image, QPoint(), QRegion(), QWidget::RenderFlags());
+        return image;
+    };
+    EXPECT_EQ(drawing(deal), drawing(&plain));
+    const QRect button = deal->geometry();
+    auto feltShare = [](const QImage& part) {  // how much of a part shows only the felt
+        int felt = 0;
+        for (int y = 0; y < part.height(); ++y)
+            for (int x = 0; x < part.width(); ++x)
+                felt += part.pixelColor(x, y) == QColor(0, 0x80, 0);
+        return double(felt) / (part.width() * part.height());
+    };
+    EXPECT_LT(feltShare(first.copy(button)), 0.1);  // the button is drawn in the window's buffer
+    form.deal.setCaption("Again");
+    QApplication::processEvents();
+    const QImage again = buffer();
+    EXPECT_NE(again.copy(button), first.copy(button));
+    EXPECT_EQ(again, drawn());
+    form.deal.setEnabled(false);
+    QApplication::processEvents();
+    EXPECT_NE(buffer().copy(button), again.copy(button));
+    form.deal.setEnabled(true);
+    form.deal.setCaption("&Deal");
+    QApplication::processEvents();
+    EXPECT_EQ(buffer(), first);
+}
+
+// A resize far past any screen (one that no window manager vetted) is taken back to twice the
+// desktop, so the window's buffer stays bounded; the form still fills the window.
+TEST_F(QtUiTest, AHugeResizeIsTakenBack) {
+    const QSize largest = QGuiApplication::primaryScreen()->virtualSize() * 2;
+    window().resize(30000, 30000);
+    QApplication::processEvents();
+    EXPECT_EQ(window().size(), largest);
+    EXPECT_EQ(window().maximumSize(), largest);
+    window().resize(500, 300);
+    QApplication::processEvents();
+    EXPECT_EQ(window().size(), QSize(500, 300));
+    EXPECT_DOUBLE_EQ(window().scale(), 2.0);
 }
 
 TEST_F(QtUiTest, WindowsOpenInsideTheScreen) {

@@ -1,22 +1,33 @@
 #include "platform/qt/form_window.h"
 
 #include <QApplication>
+#include <QBackingStore>
 #include <QCloseEvent>
 #include <QIcon>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMouseEvent>
+#include <QPaintEngine>
 #include <QPainter>
+#include <QPixmapCache>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScreen>
 #include <QStringDecoder>
+#include <QStyle>
+#include <QStyleOptionButton>
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <tuple>
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include "platform/controls.h"
 #include "platform/form.h"
@@ -182,6 +193,9 @@ constexpr int kFrameAllowance = 40;
 // The least scale of a form in device pixels per form pixel: its smallest text (8 points, about
 // 11 form pixels high) stays at least 8 device pixels high.
 constexpr double kReadableTextPixels = 0.75;
+// No window grows past this many times the whole desktop's size in either direction: a larger one
+// shows nothing more, and its buffer alone would take gigabytes.
+constexpr int kLargestOverDesktop = 2;
 
 // Window rectangle covered by a card drawn at logical (x, y), generous by a pixel for repaints.
 QRect cardArea(QPointF origin, double s, int x, int y) {
@@ -319,6 +333,31 @@ class PictureBoxWidget : public ControlWidget {
     }
 };
 
+// A drawing kept for the paints that follow while what it was drawn from (its key) stays the same.
+template <typename Key>
+class KeptDrawing {
+  public:
+    // The drawing for `key`, drawn anew by `draw` on a blank picture of `logical` size when the
+    // key has changed.
+    template <typename Draw>
+    const QPixmap& get(const Key& key, QSize logical, double dpr, Draw draw) {
+        if (pixmap_.isNull() || !(key == key_)) {
+            pixmap_ = QPixmap((QSizeF(logical) * dpr).toSize());
+            pixmap_.setDevicePixelRatio(dpr);
+            pixmap_.fill(Qt::transparent);
+            QPainter into(&pixmap_);
+            draw(into);
+            key_ = key;
+        }
+        return pixmap_;
+    }
+    void drop() { pixmap_ = QPixmap(); }
+
+  private:
+    Key key_{};
+    QPixmap pixmap_;
+};
+
 class PanelWidget : public ControlWidget {
   public:
     PanelWidget(FormWindow& window, Control& control) : ControlWidget(window, control) {
@@ -345,13 +384,30 @@ class PanelWidget : public ControlWidget {
                 picture_.draw(p, QRect(at, fit), devicePixelRatioF());
             }
         }
-        if (!control_.caption().empty()) {
-            p.setFont(font());
-            p.setPen(toColor(control_.foreColor()));
-            p.drawText(inner, Qt::AlignCenter | Qt::TextWordWrap,
-                       toDisplayLines(control_.caption()));
-        }
+        if (!control_.caption().empty()) drawCaption(p, inner);
     }
+
+  private:
+    // The caption, kept drawn for the next paint while its text, font, colour and room stay the
+    // same: text larger than about 64 pixels is filled as outlines on every paint, which for the
+    // table's title on a large screen costs more than the rest of the window.
+    void drawCaption(QPainter& p, const QRect& inner) {
+        const QString text = toDisplayLines(control_.caption());
+        const QColor colour = toColor(control_.foreColor());
+        const double dpr = devicePixelRatioF();
+        const QSize room = inner.size();
+        p.drawPixmap(inner.topLeft(),
+                     caption_.get({text, font().key(), colour.rgba(), room, dpr}, room, dpr,
+                                  [&](QPainter& into) {
+                                      into.setFont(font());
+                                      into.setPen(colour);
+                                      into.drawText(QRect(QPoint(), room),
+                                                    Qt::AlignCenter | Qt::TextWordWrap, text);
+                                  }));
+    }
+
+    // Text, font, colour, room, device pixel ratio.
+    KeptDrawing<std::tuple<QString, QString, QRgb, QSize, double>> caption_;
 };
 
 class ShapeWidget : public ControlWidget {
@@ -417,16 +473,57 @@ struct FormWindow::View {
     std::vector<CardDraw> shownDraws;
 };
 
+namespace {
+
+// Qt keeps a window's shared buffer when the window shrinks to more than half of it, and the
+// pages past the part in use, drawn at the larger size, stay in memory. Once the size has settled
+// they are given back (they come back as blank pages should the window grow into them again).
+void releaseBufferTail(QWidget& window) {
+    QBackingStore* store = window.backingStore();
+    QPaintDevice* device = store ? store->paintDevice() : nullptr;
+    if (!device || device->devType() != QInternal::Image) return;
+    const auto* image = static_cast<const QImage*>(device);
+    const auto begin = reinterpret_cast<std::uintptr_t>(image->constBits());
+    const auto used = begin + static_cast<std::uintptr_t>(image->sizeInBytes());
+    // The shared mapping that holds the buffer, from the process's own map.
+    std::FILE* maps = std::fopen("/proc/self/maps", "re");
+    if (!maps) return;
+    std::uintptr_t start = 0, end = 0;
+    bool found = false;
+    char line[512];
+    while (!found && std::fgets(line, sizeof line, maps)) {
+        unsigned long from = 0, to = 0;
+        char perms[8] = {};
+        if (std::sscanf(line, "%lx-%lx %7s", &from, &to, perms) != 3) continue;
+        if (from <= begin && begin < to) {
+            found = perms[3] == 's' && (std::strstr(line, "memfd:") || std::strstr(line, "SYSV"));
+            start = from;
+            end = to;
+        }
+    }
+    std::fclose(maps);
+    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+    const std::uintptr_t tail = (used + page - 1) / page * page;
+    if (!found || start > begin || tail + (1u << 20) > end) return;
+    madvise(reinterpret_cast<void*>(tail), end - tail, MADV_REMOVE);
+}
+
+}  // namespace
+
 FormWindow::FormWindow(QtUi& ui, Form& form)
     : QWidget(nullptr), ui_(ui), form_(form), cardScale_(std::make_unique<CardScaleUse>()) {
     // Composes the form's drawing once its size has stayed put for a moment (see paintEvent).
     composeTimer_.setSingleShot(true);
     composeTimer_.setInterval(400);
     connect(&composeTimer_, &QTimer::timeout, this, [this] {
+        // Qt's shared cache of drawn pieces (button faces, scaled icons) holds up to 10 MB of them
+        // at the sizes passed through; what the new size needs is drawn again once.
+        QPixmapCache::clear();
 #ifdef __GLIBC__
         // The pictures of the sizes passed through are gone: give their memory back.
         malloc_trim(0);
 #endif
+        releaseBufferTail(*this);
         if (!composable()) return;
         if (compose())
             whenCardsRendered(this, [this] {
@@ -443,6 +540,46 @@ FormWindow::FormWindow(QtUi& ui, Form& form)
 
 FormWindow::~FormWindow() = default;
 
+namespace {
+
+// A push button that keeps its last drawing and draws it again while nothing it is drawn from
+// has changed: a large button with a large caption costs the style far more to draw than to copy.
+class CachedButton : public QPushButton {
+  public:
+    using QPushButton::QPushButton;
+
+  protected:
+    void paintEvent(QPaintEvent*) override {
+        QStyleOptionButton option;
+        initStyleOption(&option);
+        const double dpr = devicePixelRatioF();
+        const Key key{int(option.state),      int(option.features), option.text,
+                      option.icon.cacheKey(), option.iconSize,      size(),
+                      palette().cacheKey(),   font().key(),         dpr};
+        const QPixmap& drawing = drawing_.get(key, size(), dpr, [&](QPainter& into) {
+            // Set up as a painter on the button itself is: its font, its colours, its direction.
+            into.setFont(font());
+            into.setPen(QPen(palette().brush(foregroundRole()), 1));
+            into.setBackground(palette().brush(backgroundRole()));
+            into.setLayoutDirection(layoutDirection());
+            style()->drawControl(QStyle::CE_PushButton, &option, &into, this);
+        });
+        QPainter(this).drawPixmap(0, 0, drawing);
+    }
+
+    void hideEvent(QHideEvent* e) override {
+        drawing_.drop();
+        QPushButton::hideEvent(e);
+    }
+
+  private:
+    // State, features, text, icon, icon size, size, palette, font, device pixel ratio.
+    using Key = std::tuple<int, int, QString, qint64, QSize, QSize, qint64, QString, double>;
+    KeptDrawing<Key> drawing_;
+};
+
+}  // namespace
+
 void FormWindow::createViews() {
     for (Control* c : form_.controls()) {
         QWidget* w = nullptr;
@@ -455,7 +592,7 @@ void FormWindow::createViews() {
                 break;
             }
             case ControlKind::CommandButton: {
-                auto* button = new QPushButton(this);
+                auto* button = new CachedButton(this);
                 button->setAutoDefault(false);
                 connect(button, &QPushButton::clicked, this, [this, c] {
                     if (!ending_) c->fireClick();
@@ -749,7 +886,7 @@ void FormWindow::applySize(bool showing) {
         // Never so small that the smallest text is unreadable, unless the screen is smaller still.
         const double least = std::min(kReadableTextPixels / devicePixelRatioF(), fit);
         setMinimumSize(scaled(std::max(0.05, least)).expandedTo(QSize(1, 1)));
-        setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+        setMaximumSize(largestSize());
         if (!sized_) {
             // A first showing takes about four fifths of the screen's height, and all of the window
             // lies on the screen.
@@ -820,7 +957,18 @@ void FormWindow::hideForEnd() {
     hide();
 }
 
+QSize FormWindow::largestSize() const {
+    const QScreen* sc = screen() ? screen() : QGuiApplication::primaryScreen();
+    const QSize desktop = sc ? sc->virtualSize() : QSize(4096, 4096);
+    return (desktop * kLargestOverDesktop).boundedTo(QSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX));
+}
+
 void FormWindow::resizeEvent(QResizeEvent*) {
+    // A window manager keeps to the largest size; a resize that bypasses one is taken back.
+    if (size() != size().boundedTo(maximumSize())) {
+        resize(size().boundedTo(maximumSize()));
+        return;
+    }
     if (size() != laidOut_) relayout();
 }
 
@@ -844,6 +992,56 @@ bool FormWindow::paintSurface(QPainter& p, const QRegion& region) {
     return standIns;
 }
 
+namespace {
+
+// The pixel format of what `p` paints into, when it is one a copy can match.
+QImage::Format targetFormat(QPainter& p) {
+    const QPaintEngine* engine = p.paintEngine();
+    const QPaintDevice* device = engine ? engine->paintDevice() : nullptr;
+    if (device && device->devType() == QInternal::Image) {
+        const QImage::Format f = static_cast<const QImage*>(device)->format();
+        if (f == QImage::Format_RGB32 || f == QImage::Format_ARGB32_Premultiplied) return f;
+    }
+    return QImage::Format_ARGB32_Premultiplied;
+}
+
+// The window's buffer itself, when `p` (already set to device pixels) maps them 1:1 onto it and
+// it holds pixels like `like`'s: then plain fills and copies can go straight into it. Through the
+// painter every one is clipped to the region being painted, which child windows cut into many
+// rectangles, and that clipping costs several times the copy itself in a large window.
+QImage* directBuffer(QPainter& p, const QImage& like) {
+    const QPaintEngine* engine = p.paintEngine();
+    QPaintDevice* device = engine ? engine->paintDevice() : nullptr;
+    if (!device || device->devType() != QInternal::Image) return nullptr;
+    auto* image = static_cast<QImage*>(device);
+    if (image->format() != like.format() || !image->isDetached() ||
+        p.combinedTransform().type() != QTransform::TxNone)
+        return nullptr;
+    return image;
+}
+
+void fillDirect(QImage& image, const QRegion& region, const QColor& colour) {
+    uchar* bits = image.bits();
+    const qsizetype stride = image.bytesPerLine();
+    for (const QRect& r : region.intersected(image.rect())) {
+        // An image over that part of the buffer, filled by the library's own wide stores.
+        QImage part(bits + r.top() * stride + r.left() * 4, r.width(), r.height(), stride,
+                    image.format());
+        part.fill(colour);
+    }
+}
+
+void copyDirect(QImage& image, const QImage& from, const QRegion& region) {
+    uchar* bits = image.bits();
+    const qsizetype stride = image.bytesPerLine();
+    for (const QRect& r : region.intersected(image.rect()).intersected(from.rect()))
+        for (int y = r.top(); y <= r.bottom(); ++y)
+            std::memcpy(bits + y * stride + r.left() * 4, from.constScanLine(y) + r.left() * 4,
+                        r.width() * 4);
+}
+
+}  // namespace
+
 void FormWindow::paintEvent(QPaintEvent* e) {
     // The form's own drawing (its colour, the cards, the edge) is kept composed at the window's
     // device size once the size has settled; a repaint then fills the plain parts with the form's
@@ -855,12 +1053,15 @@ void FormWindow::paintEvent(QPaintEvent* e) {
     const QSize device = (QSizeF(size()) * dpr).toSize();
     cardScale_->set(scale_ * dpr);
     bool standIns = false;
+    composeFormat_ = targetFormat(p);
     if (composed_.size() != device || composed_.devicePixelRatio() != dpr || !composable()) {
-        composed_ = QPixmap();
+        composed_ = QImage();
         standIns = paintSurface(p, e->region());
         if (composable()) composeTimer_.start();
     } else {
-        if (!stale_.isEmpty() || composedBack_ != form_.backColor()) standIns = compose();
+        if (!stale_.isEmpty() || composedBack_ != form_.backColor() ||
+            composed_.format() != composeFormat_)
+            standIns = compose();
         // Device pixels from here on, so every copy is 1:1.
         p.setWorldTransform(QTransform::fromScale(1 / dpr, 1 / dpr));
         QRegion target;
@@ -870,10 +1071,21 @@ void FormWindow::paintEvent(QPaintEvent* e) {
         target &= QRect(QPoint(), device);
         const QRegion plain = target.subtracted(details_);
         const QColor back = toColor(form_.backColor());
-        for (const QRect& r : plain.intersected(feltArea_)) p.fillRect(r, back);
-        for (const QRect& r : plain.subtracted(feltArea_)) p.fillRect(r, back.darker(160));
-        for (const QRect& r : target.intersected(details_))
-            p.drawPixmap(QRectF(r), composed_, QRectF(r));
+        // The target is exactly the region being painted when device pixels are whole logical
+        // ones; otherwise it rounds outwards and only the painter's clipping keeps it in.
+        QImage* direct = dpr == std::floor(dpr) ? directBuffer(p, composed_) : nullptr;
+        if (direct) {
+            fillDirect(*direct, plain.intersected(feltArea_), back);
+            fillDirect(*direct, plain.subtracted(feltArea_), back.darker(160));
+            copyDirect(*direct, composed_, target.intersected(details_));
+        } else {
+            for (const QRect& r : plain.intersected(feltArea_)) p.fillRect(r, back);
+            for (const QRect& r : plain.subtracted(feltArea_)) p.fillRect(r, back.darker(160));
+            // The composed drawing is opaque and of the buffer's format: copied, not blended.
+            p.setCompositionMode(QPainter::CompositionMode_Source);
+            for (const QRect& r : target.intersected(details_))
+                p.drawImage(QRectF(r), composed_, QRectF(r));
+        }
     }
     if (standIns)
         whenCardsRendered(this, [this] {
@@ -894,8 +1106,9 @@ bool FormWindow::composable() const {
 bool FormWindow::compose() {
     const double dpr = devicePixelRatioF();
     const QSize device = (QSizeF(size()) * dpr).toSize();
-    if (composed_.size() != device || composed_.devicePixelRatio() != dpr) {
-        composed_ = QPixmap(device);
+    if (composed_.size() != device || composed_.devicePixelRatio() != dpr ||
+        composed_.format() != composeFormat_) {
+        composed_ = QImage(device, composeFormat_);
         composed_.setDevicePixelRatio(dpr);
         stale_ = rect();
     }
@@ -920,8 +1133,11 @@ void FormWindow::findDetails(double dpr) {
     details_ = QRegion();
     for (const CardDraw& d : form_.surface().draws())
         details_ += device(cardArea(origin_, scale_, d.x, d.y));
-    // The edges of the form's area, and the raised edge of a window without a frame, with a
-    // device pixel to spare for rounding.
+    // When logical pixels are whole device pixels the form's area has exact edges and the plain
+    // fills draw them; otherwise its edges, like the raised edge of a window without a frame, are
+    // copied from the composed drawing, with a device pixel to spare for rounding. (Thin tall
+    // copies are costly: every row is another page of the window's buffer.)
+    if (form_.border() != Border::None && dpr == std::floor(dpr)) return;
     const int edge = 2 + static_cast<int>(std::ceil(
                              (form_.border() == Border::None ? std::lround(scale_) : 0) * dpr));
     const QRect f = feltArea_;
@@ -933,7 +1149,7 @@ void FormWindow::findDetails(double dpr) {
 
 void FormWindow::hideEvent(QHideEvent*) {
     // A hidden window keeps neither its composed drawing nor its cards' size in use.
-    composed_ = QPixmap();
+    composed_ = QImage();
     composeTimer_.stop();
     cardScale_->set(0);
 }

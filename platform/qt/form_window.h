@@ -3,6 +3,7 @@
 // to the window, keeping its aspect ratio (centred, with a darker band around it); every control
 // widget sits at its logical rectangle times the scale, and mouse positions go back to the game in
 // logical pixels.
+#include <QImage>
 #include <QPixmap>
 #include <QRegion>
 #include <QTimer>
@@ -58,6 +59,7 @@ class FormWindow : public QWidget {
     bool eventFilter(QObject* watched, QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    QSize largestSize() const;
     void hideEvent(QHideEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
@@ -89,7 +91,10 @@ class FormWindow : public QWidget {
     std::unordered_map<const QObject*, View*> byWidget_;
     std::vector<CardDraw> shownDraws_;  // the form surface as last announced
     std::unique_ptr<CardScaleUse> cardScale_;
-    QPixmap composed_;  // the form's own drawing at the window's device size
+    // The form's own drawing at the window's device size, in the pixel format of the window's
+    // buffer so that copying from it is a plain copy.
+    QImage composed_;
+    QImage::Format composeFormat_ = QImage::Format_ARGB32_Premultiplied;
     QTimer composeTimer_;
     QRegion stale_;              // parts of composed_ to draw again
     QRegion details_;            // device pixels of composed_ that are more than the form colour

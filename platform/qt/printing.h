@@ -19,9 +19,18 @@ bool printPictureTo(QPrinter& printer, const PrintJob& job);
 // offers printing to a PDF file. False when the user cancelled either or printing failed.
 bool printPictureWithDialogs(const PrintJob& job, QWidget* parent, double fontScale);
 
+// The same through the print module, loaded on first use: the program does not load and relocate
+// the print-support library at start for a picture show that may never print. False also when
+// the module cannot be loaded.
+bool printPictureThroughModule(const PrintJob& job, QWidget* parent, double fontScale);
+
 // The program of the desktop's system-information tool, found through the desktop entries of a
 // few known tools and then on the PATH; arguments the entry gives follow it. Empty when none is
 // installed.
 std::string systemInformationProgram();
 
 }  // namespace bm::qt
+
+// The print module's one entry point (printPictureWithDialogs).
+extern "C" bool bmPrintPictureWithDialogs(const bm::PrintJob& job, QWidget* parent,
+                                          double fontScale);

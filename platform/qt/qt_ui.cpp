@@ -477,7 +477,7 @@ RegistryValue QtUi::readRegistry(uint32_t root, const std::string& key,
 
 bool QtUi::printPicture(const PrintJob& job) {
     if (ending_) return false;
-    return printPictureWithDialogs(job, dialogParent(), referenceScale());
+    return printPictureThroughModule(job, dialogParent(), referenceScale());
 }
 
 void QtUi::endProgram() {

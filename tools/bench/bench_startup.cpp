@@ -5,9 +5,13 @@
 //   bm_bench_startup --table               starts a game and stays up (for memory and resize
 //                                          measurements from outside)
 //   bm_bench_startup --redraw WxH [SCALE]  starts a game, sizes the table to WxH device pixels
-//                                          with QT_SCALE_FACTOR=SCALE and times full repaints
+//                                          with QT_SCALE_FACTOR=SCALE and times full repaints:
+//                                          the drawing itself (every paint handler) and the whole
+//                                          repaint with the copy to the screen, beside a bare
+//                                          window of the same size that only fills itself
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QPainter>
 #include <QTimer>
 #include <QWidget>
 #include <algorithm>
@@ -24,6 +28,33 @@
 #include "program/program.h"
 
 namespace {
+
+// Adds up the time spent in paint handlers, which is the drawing without the copy to the screen.
+class TimingApp : public QApplication {
+  public:
+    using QApplication::QApplication;
+    bool notify(QObject* receiver, QEvent* event) override {
+        if (event->type() != QEvent::Paint) return QApplication::notify(receiver, event);
+        QElapsedTimer t;
+        t.start();
+        const bool done = QApplication::notify(receiver, event);
+        paintNs += t.nsecsElapsed();
+        return done;
+    }
+    qint64 paintNs = 0;
+};
+
+// The floor under any full repaint: a window that only fills itself with one colour.
+class BareWindow : public QWidget {
+  public:
+    BareWindow() { setAttribute(Qt::WA_OpaquePaintEvent); }
+
+  protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter p(this);
+        p.fillRect(rect(), QColor(0, 0x80, 0));
+    }
+};
 
 // Leaves right after the first paint of any form's window.
 class FirstPaint : public QObject {
@@ -58,24 +89,39 @@ void report(const char* name, std::vector<double> us) {
                 us.back());
 }
 
-// Full repaints of the table at `device` pixels: every one draws the felt, the cards and every
-// control over them.
-void timeRedraws(QWidget* w, QSize device) {
+// Full repaints of `w` at `device` pixels; prints the whole repaint and the part spent drawing.
+void timeRepaints(const char* name, QWidget* w, QSize device) {
+    auto* app = static_cast<TimingApp*>(qApp);
     const double dpr = w->devicePixelRatioF();
-    w->resize((QSizeF(device) / dpr).toSize());
-    settle(1500);  // the cards of the new size are rendered meanwhile
-    std::vector<double> us;
+    std::vector<double> whole, drawing;
     for (int k = 0; k < 200; ++k) {
+        const qint64 before = app->paintNs;
         QElapsedTimer t;
         t.start();
         w->repaint();
-        us.push_back(t.nsecsElapsed() / 1000.0);
+        whole.push_back(t.nsecsElapsed() / 1000.0);
+        drawing.push_back((app->paintNs - before) / 1000.0);
     }
     const std::string size = " size=" + std::to_string(device.width()) + "x" +
                              std::to_string(device.height()) + " dpr=" + std::to_string(dpr);
-    report(("table_redraw_us" + size).c_str(), us);
+    report((std::string(name) + "_paint_us" + size).c_str(), drawing);
+    report((std::string(name) + "_repaint_us" + size).c_str(), whole);
+}
+
+// Every full repaint draws the felt, the cards and every control over them.
+void timeRedraws(QWidget* w, QSize device) {
+    const double dpr = w->devicePixelRatioF();
+    const QSize logical = (QSizeF(device) / dpr).toSize();
+    w->resize(logical);
+    settle(1500);  // the cards of the new size are rendered meanwhile
+    timeRepaints("table", w, device);
     std::printf("card_cache pixmaps=%d bytes=%lld\n", bm::qt::cardPixmapCacheSize(),
                 bm::qt::cardPixmapCacheBytes());
+    BareWindow bare;
+    bare.resize(logical);
+    bare.show();
+    settle(500);
+    timeRepaints("bare_fill", &bare, device);
 }
 
 }  // namespace
@@ -89,7 +135,7 @@ int main(int argc, char** argv) {
         if (std::sscanf(argv[2], "%dx%d", &w, &h) == 2) device = QSize(w, h);
         if (argc > 3) qputenv("QT_SCALE_FACTOR", argv[3]);
     }
-    QApplication app(argc, argv);
+    TimingApp app(argc, argv);
     FirstPaint watcher;
     if (!stay) app.installEventFilter(&watcher);
     bm::qt::QtUi ui;

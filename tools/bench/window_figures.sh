@@ -3,7 +3,8 @@
 # measured in one run, interleaved, medians printed. Needs an X display in DISPLAY (e.g. Xvfb) and
 # the X-side tools of ../shared/tools built (xspy, xresize, bareqt) in TOOLS.
 #   TOOLS=/path/to/tools tools/bench/window_figures.sh BUILD_DIR [PEER_COMMAND]
-# Prints: start to first paint, resident memory 3 s after start, memory after 40 resizes up to
+# Prints: start to first paint (beside the bare window and a bare window of the game's first
+# window's size), resident memory 3 s after start, memory after 40 resizes up to
 # 3840x2160 and after a resize to 30000x30000 and back, and the time to the first and last drawing
 # after a resize to an unseen size and after each small step of a drag.
 set -euo pipefail
@@ -11,6 +12,7 @@ build=${1:?build folder}
 peer=${2:-}
 tools=${TOOLS:?folder with xspy, xresize and bareqt}
 rounds=${ROUNDS:-5}
+phases=${PHASES:-start memory resize}  # any of them, to measure a part
 game=$build/bin/brindlemoor
 table="$build/tools/bench/bm_bench_startup --table"
 bare=$tools/bareqt
@@ -28,17 +30,29 @@ window_of() {
     echo "$best"
 }
 
+# The size of the game's first window, for a bare window of the same size ("same"): on a large
+# screen the game's windows grow with it, and the X server's work for a first frame with them.
+"$game" > /dev/null 2>&1 &
+probe=$!
+sleep 2
+eval "$(xdotool getwindowgeometry --shell "$(window_of $probe)")"
+kill $probe 2>/dev/null || true
+wait $probe 2>/dev/null || true
+first_size=${WIDTH}x${HEIGHT}
+
+# xspy stops each program at its first paint seen by the X server.
 declare -A paint rss
-names=(game bare)
-cmds=("$game" "$bare")
-exit_cmds=("$game" "$bare --exit-at-paint")
-if [[ -n $peer ]]; then names+=(peer); cmds+=("$peer"); exit_cmds+=("$peer"); fi
+names=(game bare same)
+cmds=("$game" "$bare" "$build/tools/bench/bm_bare_window $first_size")
+if [[ -n $peer ]]; then names+=(peer); cmds+=("$peer"); fi
+echo "first window $first_size; same = a bare window of that size"
 
 for ((r = 0; r < rounds; ++r)); do
+    [[ $phases == *start* ]] || break
     for i in "${!names[@]}"; do
         n=${names[$i]}
         # shellcheck disable=SC2086
-        ms=$(XSPY_STOP_AT_PAINT=1 "$tools/xspy" 10 100 ${exit_cmds[$i]} 2>/dev/null |
+        ms=$(XSPY_STOP_AT_PAINT=1 "$tools/xspy" 10 100 ${cmds[$i]} 2>/dev/null |
             sed -n 's/.*paint_ms=\([0-9.]*\).*/\1/p' | head -1)
         paint[$n]+="$ms "
         # shellcheck disable=SC2086
@@ -50,7 +64,7 @@ for ((r = 0; r < rounds; ++r)); do
         wait $pid 2>/dev/null || true
     done
 done
-for n in "${names[@]}"; do
+[[ $phases == *start* ]] && for n in "${names[@]}"; do
     echo "$n start_to_first_paint_ms=$(tr ' ' '\n' <<< "${paint[$n]}" | grep . | median)" \
         "rss_3s_kb=$(tr ' ' '\n' <<< "${rss[$n]}" | grep . | median)"
 done
@@ -83,15 +97,21 @@ resize_memory() {
     kill $pid 2>/dev/null || true
     wait $pid 2>/dev/null || true
 }
-# shellcheck disable=SC2086
-resize_memory game 9 $table
-resize_memory bare 2 "$bare"
-# shellcheck disable=SC2086
-[[ -n $peer ]] && resize_memory peer 4 $peer
+if [[ $phases == *memory* ]]; then
+    # shellcheck disable=SC2086
+    resize_memory game 9 $table
+    resize_memory bare 2 "$bare"
+    # shellcheck disable=SC2086
+    [[ -n $peer ]] && resize_memory peer 4 $peer
+fi
 
 # Resizes timed from the X server's side: unseen sizes, then the small steps of a drag.
-screen=$(xdpyinfo | awk '/dimensions:/ {print $2}')
-sw=${screen%x*} sh=${screen#*x}
+# (The X server may still be busy with the 30000x30000 window of a moment ago.)
+for ((k = 0; k < 30; ++k)); do
+    geometry=$(xdotool getdisplaygeometry 2> /dev/null) && break
+    sleep 1
+done
+read -r sw sh <<< "$geometry"
 unseen="$((sw * 70 / 100))x$((sh * 70 / 100)),$((sw * 90 / 100))x$((sh * 95 / 100)),$((sw * 55 / 100))x$((sh * 60 / 100)),$((sw * 80 / 100))x$((sh * 85 / 100))"
 drag=""
 for ((k = 0; k < 8; ++k)); do
@@ -105,6 +125,7 @@ resize_times() {
     echo "$name first_ms=$(grep -o 'first_ms=[0-9.]*' <<< "$out" | cut -d= -f2 | median)" \
         "settled_ms=$(grep -o 'settled_ms=[0-9.]*' <<< "$out" | cut -d= -f2 | median)"
 }
+[[ $phases == *resize* ]] || exit 0
 for what in unseen drag; do
     sizes=${!what}
     for ((r = 0; r < 3; ++r)); do
