@@ -27,6 +27,9 @@
 #include <malloc.h>
 #endif
 #include <sys/mman.h>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 #include <unistd.h>
 
 #include "platform/controls.h"
@@ -1020,15 +1023,40 @@ QImage* directBuffer(QPainter& p, const QImage& like) {
     return image;
 }
 
+// Stores that bypass the cache: the window's buffer is written once per frame and then read by
+// the display server, so reading each line into the cache before writing it (as ordinary stores
+// do) would only double the memory traffic.
+void streamRow(quint32* to, const quint32* from, qsizetype n, bool fill) {
+#if defined(__SSE2__)
+    while (n > 0 && (reinterpret_cast<std::uintptr_t>(to) & 15) != 0) {
+        *to++ = *from;
+        from += fill ? 0 : 1;
+        --n;
+    }
+    const __m128i colour = _mm_set1_epi32(static_cast<int>(*from));
+    for (; n >= 4; n -= 4, to += 4) {
+        const __m128i v = fill ? colour : _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+        _mm_stream_si128(reinterpret_cast<__m128i*>(to), v);
+        from += fill ? 0 : 4;
+    }
+#endif
+    for (; n > 0; --n) {
+        *to++ = *from;
+        from += fill ? 0 : 1;
+    }
+}
+
 void fillDirect(QImage& image, const QRegion& region, const QColor& colour) {
+    const quint32 pixel = colour.rgb();  // opaque: the same in both formats
     uchar* bits = image.bits();
     const qsizetype stride = image.bytesPerLine();
-    for (const QRect& r : region.intersected(image.rect())) {
-        // An image over that part of the buffer, filled by the library's own wide stores.
-        QImage part(bits + r.top() * stride + r.left() * 4, r.width(), r.height(), stride,
-                    image.format());
-        part.fill(colour);
-    }
+    for (const QRect& r : region.intersected(image.rect()))
+        for (int y = r.top(); y <= r.bottom(); ++y)
+            streamRow(reinterpret_cast<quint32*>(bits + y * stride) + r.left(), &pixel, r.width(),
+                      true);
+#if defined(__SSE2__)
+    _mm_sfence();
+#endif
 }
 
 void copyDirect(QImage& image, const QImage& from, const QRegion& region) {
@@ -1036,8 +1064,12 @@ void copyDirect(QImage& image, const QImage& from, const QRegion& region) {
     const qsizetype stride = image.bytesPerLine();
     for (const QRect& r : region.intersected(image.rect()).intersected(from.rect()))
         for (int y = r.top(); y <= r.bottom(); ++y)
-            std::memcpy(bits + y * stride + r.left() * 4, from.constScanLine(y) + r.left() * 4,
-                        r.width() * 4);
+            streamRow(reinterpret_cast<quint32*>(bits + y * stride) + r.left(),
+                      reinterpret_cast<const quint32*>(from.constScanLine(y)) + r.left(), r.width(),
+                      false);
+#if defined(__SSE2__)
+    _mm_sfence();
+#endif
 }
 
 }  // namespace
