@@ -997,12 +997,17 @@ bool FormWindow::paintSurface(QPainter& p, const QRegion& region) {
 
 namespace {
 
+// The image `p` paints into, when it paints into one (for a window: the window's buffer).
+QImage* paintedImage(QPainter& p) {
+    const QPaintEngine* engine = p.paintEngine();
+    QPaintDevice* device = engine ? engine->paintDevice() : nullptr;
+    return device && device->devType() == QInternal::Image ? static_cast<QImage*>(device) : nullptr;
+}
+
 // The pixel format of what `p` paints into, when it is one a copy can match.
 QImage::Format targetFormat(QPainter& p) {
-    const QPaintEngine* engine = p.paintEngine();
-    const QPaintDevice* device = engine ? engine->paintDevice() : nullptr;
-    if (device && device->devType() == QInternal::Image) {
-        const QImage::Format f = static_cast<const QImage*>(device)->format();
+    if (const QImage* image = paintedImage(p)) {
+        const QImage::Format f = image->format();
         if (f == QImage::Format_RGB32 || f == QImage::Format_ARGB32_Premultiplied) return f;
     }
     return QImage::Format_ARGB32_Premultiplied;
@@ -1013,11 +1018,8 @@ QImage::Format targetFormat(QPainter& p) {
 // painter every one is clipped to the region being painted, which child windows cut into many
 // rectangles, and that clipping costs several times the copy itself in a large window.
 QImage* directBuffer(QPainter& p, const QImage& like) {
-    const QPaintEngine* engine = p.paintEngine();
-    QPaintDevice* device = engine ? engine->paintDevice() : nullptr;
-    if (!device || device->devType() != QInternal::Image) return nullptr;
-    auto* image = static_cast<QImage*>(device);
-    if (image->format() != like.format() || !image->isDetached() ||
+    QImage* image = paintedImage(p);
+    if (!image || image->format() != like.format() || !image->isDetached() ||
         p.combinedTransform().type() != QTransform::TxNone)
         return nullptr;
     return image;

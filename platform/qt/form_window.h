@@ -59,7 +59,6 @@ class FormWindow : public QWidget {
     bool eventFilter(QObject* watched, QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
-    QSize largestSize() const;
     void hideEvent(QHideEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
@@ -77,6 +76,8 @@ class FormWindow : public QWidget {
     bool handleKey(QObject* watched, QKeyEvent* event);
     bool handleMouse(View& view, QMouseEvent* event);
     bool paintSurface(QPainter& p, const QRegion& region);
+    // The largest size the window may take: twice the whole desktop.
+    QSize largestSize() const;
     void findDetails(double dpr);
     bool composable() const;
     bool compose();

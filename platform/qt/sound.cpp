@@ -1,32 +1,25 @@
 #include "platform/qt/sound.h"
 
-#include <QCoreApplication>
-#include <QDir>
 #include <QFile>
-#include <QLibrary>
 
 #include "platform/files.h"
+#include "platform/qt/module.h"
 #include "platform/qt/sound_backend.h"
 
 namespace bm::qt {
 
-SoundPlayer::SoundPlayer()
-    : folders_{QCoreApplication::applicationDirPath(), QStringLiteral(BM_SOUND_MODULE_DIR)} {}
+SoundPlayer::SoundPlayer() = default;
 
 SoundPlayer::~SoundPlayer() = default;
 
 SoundBackend* SoundPlayer::backend() {
     if (backend_ || triedLoading_) return backend_.get();
     triedLoading_ = true;
-    for (const QString& folder : folders_) {
-        // Left loaded for the rest of the run: effects may still be playing at the end.
-        QLibrary module(QDir(folder).filePath(QStringLiteral(BM_SOUND_MODULE)));
-        using Create = SoundBackend* (*)();
-        if (auto create = reinterpret_cast<Create>(module.resolve("bmCreateSoundBackend"))) {
-            backend_.reset(create());
-            break;
-        }
-    }
+    using Create = decltype(&bmCreateSoundBackend);
+    if (auto create = reinterpret_cast<Create>(moduleEntry(QStringLiteral(BM_SOUND_MODULE),
+                                                           QStringLiteral(BM_SOUND_MODULE_DIR),
+                                                           "bmCreateSoundBackend")))
+        backend_.reset(create());
     return backend_.get();
 }
 

@@ -2,7 +2,6 @@
 // Wave playback for the Qt user interface. Lengths are read here; the playing itself is done by a
 // separately built module (see sound_backend.h), loaded on the first sound that has a length, so
 // nothing of the multimedia stack loads before then.
-#include <QStringList>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -35,7 +34,6 @@ class SoundPlayer {
     };
     SoundBackend* backend();
 
-    QStringList folders_;
     std::unique_ptr<SoundBackend> backend_;
     bool triedLoading_ = false;
     std::unordered_map<std::string, Entry> entries_;
