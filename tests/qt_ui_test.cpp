@@ -243,7 +243,8 @@ TEST_F(QtUiTest, TheWindowBufferHoldsWhatIsDrawn) {
     EXPECT_EQ(first.pixelColor(50 + 2 * 4, 2 * 120), QColor(0, 0x80, 0));  // the felt
     EXPECT_EQ(first.pixelColor(10, 150), QColor(0, 0x80, 0).darker(160));  // the band beside it
 
-    // The button's kept drawing is what a plain button of the same make draws.
+    // The button's drawing, straight and then kept, is what a plain button of the same make
+    // draws.
     QPushButton* deal = child<QPushButton>("cmdDeal");
     QPushButton plain;
     plain.setFont(deal->font());
@@ -256,6 +257,7 @@ TEST_F(QtUiTest, TheWindowBufferHoldsWhatIsDrawn) {
         w->render(&image, QPoint(), QRegion(), QWidget::RenderFlags());
         return image;
     };
+    EXPECT_EQ(drawing(deal), drawing(&plain));
     EXPECT_EQ(drawing(deal), drawing(&plain));
     const QRect button = deal->geometry();
     auto feltShare = [](const QImage& part) {  // how much of a part shows only the felt
@@ -292,6 +294,59 @@ TEST_F(QtUiTest, AHugeResizeIsTakenBack) {
     QApplication::processEvents();
     EXPECT_EQ(window().size(), QSize(500, 300));
     EXPECT_DOUBLE_EQ(window().scale(), 2.0);
+}
+
+// While a window's size changes, a picture is drawn quickly from its copy at the last size; once
+// the size has settled it is drawn smoothly scaled for the new size.
+TEST_F(QtUiTest, PicturesSharpenOnceTheSizeSettles) {
+    struct PictureForm : bm::Form {
+        bm::Image image{*this, "imgShow"};
+        explicit PictureForm(bm::Runtime& rt) : Form(rt, "frmPicture") {}
+        void design() override {
+            setSize(200, 150);
+            setBorder(bm::Border::Sizable);
+            image.move(10, 10, 100, 100);
+            image.setStretch(true);
+        }
+    };
+    QTemporaryDir dir;
+    const QString file = dir.filePath("stripes.png");
+    QImage stripes(40, 40, QImage::Format_RGB32);  // one-pixel stripes: scaling shows in them
+    for (int y = 0; y < 40; ++y)
+        for (int x = 0; x < 40; ++x)
+            stripes.setPixel(x, y, (x + y / 3) % 2 ? 0xFFFFFFFF : 0xFF0000FF);
+    ASSERT_TRUE(stripes.save(file));
+    PictureForm pf(rt);
+    rt.dispatch([&] {
+        pf.show();
+        pf.image.setPicture(file.toStdString());
+    });
+    QWidget& w = *ui.window(pf);
+    QWidget* image = w.findChild<QWidget*>("imgShow");
+    ASSERT_NE(image, nullptr);
+    auto settle = [&] { ui.waitFor([] { return false; }, ui.now() + 0.6); };
+    auto smooth = [&] {
+        return stripes.scaled(image->size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+            .convertToFormat(QImage::Format_RGB32);
+    };
+    auto shown = [&] {  // what the window last drew there, without drawing it again
+        QApplication::processEvents();
+        QPaintDevice* buffer = w.backingStore()->paintDevice();
+        EXPECT_EQ(buffer->devType(), QInternal::Image);
+        return static_cast<QImage*>(buffer)
+            ->copy(QRect(image->mapTo(&w, QPoint()), image->size()))
+            .convertToFormat(QImage::Format_RGB32);
+    };
+    w.resize(400, 300);
+    QApplication::processEvents();
+    settle();
+    EXPECT_EQ(shown(), smooth());
+    w.resize(460, 345);  // and looked at before the size settles
+    QApplication::processEvents();
+    EXPECT_NE(shown(), smooth());
+    settle();
+    EXPECT_EQ(shown(), smooth());
+    rt.dispatch([&] { pf.unload(); });
 }
 
 TEST_F(QtUiTest, WindowsOpenInsideTheScreen) {

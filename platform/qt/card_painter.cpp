@@ -1,6 +1,7 @@
 #include "platform/qt/card_painter.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QFont>
 #include <QImage>
 #include <QPainter>
@@ -9,6 +10,7 @@
 #include <QPixmap>
 #include <QPointer>
 #include <QThreadPool>
+#include <QTimer>
 #include <QTransform>
 
 #include <algorithm>
@@ -861,6 +863,9 @@ void paintLayers(QPainter& p, const Layers& layers, const QTransform& m,
 
 constexpr long long kCacheBytes = 48ll << 20;  // a whole deck at a 4K window's size, twice over
 constexpr long long kLargestCard = kCacheBytes / 16;
+// New scales asked for closer together than this are a window being dragged to a new size; the
+// worker then waits as long after the last one (see queueRender).
+constexpr int kDragStepMs = 100;
 constexpr int kNothing = 255;  // the mode of every card that draws nothing
 
 // What makes one cached picture: a card (code, mode, colour) at a scale in 1/64 steps.
@@ -948,6 +953,11 @@ struct Cache {
     std::vector<std::pair<QPointer<QObject>, std::function<void()>>> waiters;
     bool notifyPosted = false;
     QThreadPool* worker = nullptr;
+    // Rendering waits while a new scale has been asked for in the last moment (see queueRender).
+    bool paused = false;
+    int lastScale64 = 0;
+    std::uint64_t pauses = 0;
+    QElapsedTimer sinceNewScale;
 
     std::unordered_map<int, int> uses;  // CardScaleUse id -> scale64 (0: none)
     int nextUse = 1;
@@ -1042,7 +1052,7 @@ void rendered(const Key& k, QImage image) {
 
 void startNextRender() {
     Cache& c = cache();
-    while (!c.rendering && !c.queued.empty()) {
+    while (!c.paused && !c.rendering && !c.queued.empty()) {
         const Key k = c.queued.front();
         c.queued.pop_front();
         if (c.entries.count(k.whole())) continue;
@@ -1083,6 +1093,23 @@ void queueRender(const Key& k) {
         }
     }
     if (!queued) c.queued.push_back(k);
+    // A new scale is rendered once the window's drawing at it (with the nearest scale standing
+    // in) is done, so the worker does not take the processor from it. A window being dragged asks
+    // for a new scale on every step: its cards wait until the drag pauses, rather than render
+    // every scale passed through.
+    if (k.scale64 != c.lastScale64) {
+        const bool dragging = c.sinceNewScale.isValid() && c.sinceNewScale.elapsed() < kDragStepMs;
+        c.sinceNewScale.start();
+        c.lastScale64 = k.scale64;
+        c.paused = true;
+        const std::uint64_t pause = ++c.pauses;
+        QTimer::singleShot(dragging ? kDragStepMs : 0, QCoreApplication::instance(), [pause] {
+            Cache& c = cache();
+            if (pause != c.pauses) return;
+            c.paused = false;
+            startNextRender();
+        });
+    }
     startNextRender();
 }
 

@@ -22,7 +22,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <tuple>
+#include <utility>
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
@@ -199,6 +201,8 @@ constexpr double kReadableTextPixels = 0.75;
 // No window grows past this many times the whole desktop's size in either direction: a larger one
 // shows nothing more, and its buffer alone would take gigabytes.
 constexpr int kLargestOverDesktop = 2;
+// How much wider and taller than the window a growing window's buffer is made.
+constexpr double kBufferRoom = 1.25;
 
 // Window rectangle covered by a card drawn at logical (x, y), generous by a pixel for repaints.
 QRect cardArea(QPointF origin, double s, int x, int y) {
@@ -260,18 +264,25 @@ class ScaledPicture {
     QSize size() const { return source_.deviceIndependentSize().toSize(); }
     // Draws the picture stretched to `target`. The scaled copy is kept for the next paint unless
     // it would be very large (a window far larger than the screen): then it is scaled while drawn.
-    void draw(QPainter& p, const QRect& target, double dpr) {
+    // With `quick`, a copy kept for another size stands in, stretched coarsely, and the call
+    // returns true: smooth scaling on every step of a drag costs more than the rest of the window.
+    bool draw(QPainter& p, const QRect& target, double dpr, bool quick = false) {
         constexpr long long kLargestCopy = 16ll << 20;
         const QSize device = (QSizeF(target.size()) * dpr).toSize();
+        if (quick && !scaled_.isNull() && scaled_.size() != device) {
+            p.drawPixmap(target, scaled_);
+            return true;
+        }
         if (4ll * device.width() * device.height() > kLargestCopy) {
             scaled_ = QPixmap();
             p.save();
             p.setRenderHint(QPainter::SmoothPixmapTransform);
             p.drawPixmap(target, source_);
             p.restore();
-            return;
+            return false;
         }
         p.drawPixmap(target.topLeft(), at(target.size(), dpr));
+        return false;
     }
 
   private:
@@ -297,6 +308,11 @@ class ControlWidget : public QWidget {
     void setPicture(const QPixmap& pm) { picture_.set(pm); }
 
   protected:
+    void drawPicture(QPainter& p, const QRect& target) {
+        if (picture_.draw(p, target, devicePixelRatioF(), window_.sizeChanging()))
+            window_.standInDrawn();
+    }
+
     FormWindow& window_;
     Control& control_;
     ScaledPicture picture_;
@@ -310,7 +326,7 @@ class ImageWidget : public ControlWidget {
     void paintEvent(QPaintEvent*) override {
         if (picture_.isNull() || width() <= 0 || height() <= 0) return;
         QPainter p(this);
-        picture_.draw(p, rect(), devicePixelRatioF());
+        drawPicture(p, rect());
     }
 };
 
@@ -328,7 +344,7 @@ class PictureBoxWidget : public ControlWidget {
         if (!picture_.isNull()) {
             // The picture sits at the top-left corner at its own size (scaled with the form).
             const QSize shown = (QSizeF(picture_.size()) * s).toSize();
-            if (!shown.isEmpty()) picture_.draw(p, QRect(QPoint(), shown), devicePixelRatioF());
+            if (!shown.isEmpty()) drawPicture(p, QRect(QPoint(), shown));
         }
         if (paintDraws(p, static_cast<PictureBox&>(control_).surface().draws(), QPointF(0, 0), s,
                        e->rect()))
@@ -337,27 +353,42 @@ class PictureBoxWidget : public ControlWidget {
 };
 
 // A drawing kept for the paints that follow while what it was drawn from (its key) stays the same.
+// The first paint with a key draws straight onto the target; only a second one with the same key
+// keeps a picture, so what is painted once (a window shown and left alone) costs no memory for it.
 template <typename Key>
 class KeptDrawing {
   public:
-    // The drawing for `key`, drawn anew by `draw` on a blank picture of `logical` size when the
-    // key has changed.
+    // Paints the drawing for `key` of `logical` size at `at`: `draw` draws it with its top left at
+    // the painter's origin, onto a blank picture when it is kept.
     template <typename Draw>
-    const QPixmap& get(const Key& key, QSize logical, double dpr, Draw draw) {
-        if (pixmap_.isNull() || !(key == key_)) {
+    void paint(QPainter& p, QPoint at, const Key& key, QSize logical, double dpr, Draw draw) {
+        if (!(key == key_) || !seen_) {
+            pixmap_ = QPixmap();
+            key_ = key;
+            seen_ = true;
+            p.save();
+            p.translate(at);
+            draw(p);
+            p.restore();
+            return;
+        }
+        if (pixmap_.isNull()) {
             pixmap_ = QPixmap((QSizeF(logical) * dpr).toSize());
             pixmap_.setDevicePixelRatio(dpr);
             pixmap_.fill(Qt::transparent);
             QPainter into(&pixmap_);
             draw(into);
-            key_ = key;
         }
-        return pixmap_;
+        p.drawPixmap(at, pixmap_);
     }
-    void drop() { pixmap_ = QPixmap(); }
+    void drop() {
+        pixmap_ = QPixmap();
+        seen_ = false;
+    }
 
   private:
     Key key_{};
+    bool seen_ = false;
     QPixmap pixmap_;
 };
 
@@ -384,7 +415,7 @@ class PanelWidget : public ControlWidget {
             if (!fit.isEmpty()) {
                 const QPoint at = inner.topLeft() + QPoint((inner.width() - fit.width()) / 2,
                                                            (inner.height() - fit.height()) / 2);
-                picture_.draw(p, QRect(at, fit), devicePixelRatioF());
+                drawPicture(p, QRect(at, fit));
             }
         }
         if (!control_.caption().empty()) drawCaption(p, inner);
@@ -399,14 +430,13 @@ class PanelWidget : public ControlWidget {
         const QColor colour = toColor(control_.foreColor());
         const double dpr = devicePixelRatioF();
         const QSize room = inner.size();
-        p.drawPixmap(inner.topLeft(),
-                     caption_.get({text, font().key(), colour.rgba(), room, dpr}, room, dpr,
-                                  [&](QPainter& into) {
-                                      into.setFont(font());
-                                      into.setPen(colour);
-                                      into.drawText(QRect(QPoint(), room),
-                                                    Qt::AlignCenter | Qt::TextWordWrap, text);
-                                  }));
+        caption_.paint(p, inner.topLeft(), {text, font().key(), colour.rgba(), room, dpr}, room,
+                       dpr, [&](QPainter& into) {
+                           into.setFont(font());
+                           into.setPen(colour);
+                           into.drawText(QRect(QPoint(), room), Qt::AlignCenter | Qt::TextWordWrap,
+                                         text);
+                       });
     }
 
     // Text, font, colour, room, device pixel ratio.
@@ -478,20 +508,22 @@ struct FormWindow::View {
 
 namespace {
 
-// Qt keeps a window's shared buffer when the window shrinks to more than half of it, and the
-// pages past the part in use, drawn at the larger size, stay in memory. Once the size has settled
-// they are given back (they come back as blank pages should the window grow into them again).
-void releaseBufferTail(QWidget& window) {
+// The shared mapping that holds a window's buffer (from the process's own map), and the end of
+// the part of it in use; none when the buffer is not shared with the X server.
+struct BufferMapping {
+    std::uintptr_t start = 0, end = 0, used = 0;
+    int bytesPerPixel = 4;
+};
+std::optional<BufferMapping> bufferMapping(QWidget& window) {
     QBackingStore* store = window.backingStore();
     QPaintDevice* device = store ? store->paintDevice() : nullptr;
-    if (!device || device->devType() != QInternal::Image) return;
+    if (!device || device->devType() != QInternal::Image) return std::nullopt;
     const auto* image = static_cast<const QImage*>(device);
+    if (image->isNull()) return std::nullopt;
     const auto begin = reinterpret_cast<std::uintptr_t>(image->constBits());
-    const auto used = begin + static_cast<std::uintptr_t>(image->sizeInBytes());
-    // The shared mapping that holds the buffer, from the process's own map.
     std::FILE* maps = std::fopen("/proc/self/maps", "re");
-    if (!maps) return;
-    std::uintptr_t start = 0, end = 0;
+    if (!maps) return std::nullopt;
+    BufferMapping m;
     bool found = false;
     char line[512];
     while (!found && std::fgets(line, sizeof line, maps)) {
@@ -500,15 +532,27 @@ void releaseBufferTail(QWidget& window) {
         if (std::sscanf(line, "%lx-%lx %7s", &from, &to, perms) != 3) continue;
         if (from <= begin && begin < to) {
             found = perms[3] == 's' && (std::strstr(line, "memfd:") || std::strstr(line, "SYSV"));
-            start = from;
-            end = to;
+            m.start = from;
+            m.end = to;
         }
     }
     std::fclose(maps);
+    if (!found || m.start != begin) return std::nullopt;
+    m.used = begin + static_cast<std::uintptr_t>(image->sizeInBytes());
+    m.bytesPerPixel = std::max(1, image->depth() / 8);
+    return m;
+}
+
+// Qt keeps a window's shared buffer when the window shrinks to more than half of it, and the
+// pages past the part in use, drawn at the larger size, stay in memory. Once the size has settled
+// they are given back (they come back as blank pages should the window grow into them again).
+void releaseBufferTail(QWidget& window) {
+    const auto m = bufferMapping(window);
     const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-    const std::uintptr_t tail = (used + page - 1) / page * page;
-    if (!found || start > begin || tail + (1u << 20) > end) return;
-    madvise(reinterpret_cast<void*>(tail), end - tail, MADV_REMOVE);
+    if (!m) return;
+    const std::uintptr_t tail = (m->used + page - 1) / page * page;
+    if (tail + (1u << 20) > m->end) return;
+    madvise(reinterpret_cast<void*>(tail), m->end - tail, MADV_REMOVE);
 }
 
 }  // namespace
@@ -519,14 +563,17 @@ FormWindow::FormWindow(QtUi& ui, Form& form)
     composeTimer_.setSingleShot(true);
     composeTimer_.setInterval(400);
     connect(&composeTimer_, &QTimer::timeout, this, [this] {
+        settled_ = (QSizeF(size()) * devicePixelRatioF()).toSize();
         // Qt's shared cache of drawn pieces (button faces, scaled icons) holds up to 10 MB of them
-        // at the sizes passed through; what the new size needs is drawn again once.
+        // at the sizes passed through, and the buttons keep their own drawings; what the new size
+        // needs is drawn again once.
         QPixmapCache::clear();
 #ifdef __GLIBC__
         // The pictures of the sizes passed through are gone: give their memory back.
         malloc_trim(0);
 #endif
         releaseBufferTail(*this);
+        if (std::exchange(standInsDrawn_, false)) update();
         if (!composable()) return;
         if (compose())
             whenCardsRendered(this, [this] {
@@ -559,7 +606,8 @@ class CachedButton : public QPushButton {
         const Key key{int(option.state),      int(option.features), option.text,
                       option.icon.cacheKey(), option.iconSize,      size(),
                       palette().cacheKey(),   font().key(),         dpr};
-        const QPixmap& drawing = drawing_.get(key, size(), dpr, [&](QPainter& into) {
+        QPainter p(this);
+        drawing_.paint(p, QPoint(), key, size(), dpr, [&](QPainter& into) {
             // Set up as a painter on the button itself is: its font, its colours, its direction.
             into.setFont(font());
             into.setPen(QPen(palette().brush(foregroundRole()), 1));
@@ -567,7 +615,6 @@ class CachedButton : public QPushButton {
             into.setLayoutDirection(layoutDirection());
             style()->drawControl(QStyle::CE_PushButton, &option, &into, this);
         });
-        QPainter(this).drawPixmap(0, 0, drawing);
     }
 
     void hideEvent(QHideEvent* e) override {
@@ -972,7 +1019,25 @@ void FormWindow::resizeEvent(QResizeEvent*) {
         resize(size().boundedTo(maximumSize()));
         return;
     }
+    reserveBuffer();
     if (size() != laidOut_) relayout();
+}
+
+// Qt makes the window's buffer, shared with the X server, anew whenever the window outgrows it (or
+// shrinks to half of it), and the pages of every new buffer are faulted in again on both sides: a
+// drag that grows the window a few pixels at a time would pay that on every step. A window that
+// outgrows its buffer gets one with room to spare, so the steps that follow fit into it; the room
+// left unused is given back once the size settles (see releaseBufferTail).
+void FormWindow::reserveBuffer() {
+    QBackingStore* store = backingStore();
+    if (!store || !isVisible()) return;
+    const auto m = bufferMapping(*this);
+    if (!m) return;
+    const QSize device = (QSizeF(size()) * devicePixelRatioF()).toSize();
+    const auto need = std::uintptr_t(device.width()) * std::uintptr_t(device.height()) *
+                      std::uintptr_t(m->bytesPerPixel);
+    if (need <= m->end - m->start) return;  // it fits; a buffer made too large is Qt's to shrink
+    store->resize((QSizeF(size()) * kBufferRoom).toSize().boundedTo(largestSize()));
 }
 
 bool FormWindow::paintSurface(QPainter& p, const QRegion& region) {
@@ -1091,7 +1156,7 @@ void FormWindow::paintEvent(QPaintEvent* e) {
     if (composed_.size() != device || composed_.devicePixelRatio() != dpr || !composable()) {
         composed_ = QImage();
         standIns = paintSurface(p, e->region());
-        if (composable()) composeTimer_.start();
+        if (composable() || settled_ != device) composeTimer_.start();
     } else {
         if (!stale_.isEmpty() || composedBack_ != form_.backColor() ||
             composed_.format() != composeFormat_)
@@ -1185,6 +1250,7 @@ void FormWindow::hideEvent(QHideEvent*) {
     // A hidden window keeps neither its composed drawing nor its cards' size in use.
     composed_ = QImage();
     composeTimer_.stop();
+    settled_ = QSize();
     cardScale_->set(0);
 }
 

@@ -54,6 +54,11 @@ class FormWindow : public QWidget {
     QWidget* widgetOf(const Control& control) const;
     Control* controlOf(const QWidget* widget) const;
     QtUi& ui() const { return ui_; }
+    // Whether the window's size is still changing (it settles a moment after the last change).
+    bool sizeChanging() const { return composeTimer_.isActive(); }
+    // A control drew a quick stand-in while the size was changing: the window is drawn again
+    // once the size has settled.
+    void standInDrawn() { standInsDrawn_ = true; }
 
   protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -78,6 +83,7 @@ class FormWindow : public QWidget {
     bool paintSurface(QPainter& p, const QRegion& region);
     // The largest size the window may take: twice the whole desktop.
     QSize largestSize() const;
+    void reserveBuffer();
     void findDetails(double dpr);
     bool composable() const;
     bool compose();
@@ -97,6 +103,8 @@ class FormWindow : public QWidget {
     QImage composed_;
     QImage::Format composeFormat_ = QImage::Format_ARGB32_Premultiplied;
     QTimer composeTimer_;
+    QSize settled_;  // the device size the window last settled at
+    bool standInsDrawn_ = false;
     QRegion stale_;              // parts of composed_ to draw again
     QRegion details_;            // device pixels of composed_ that are more than the form colour
     QRect feltArea_;             // the form's area in device pixels (the band lies around it)

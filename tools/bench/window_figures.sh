@@ -6,7 +6,8 @@
 # Prints: start to first paint (beside the bare window and a bare window of the game's first
 # window's size), resident memory 3 s after start, memory after 40 resizes up to
 # 3840x2160 and after a resize to 30000x30000 and back, and the time to the first and last drawing
-# after a resize to an unseen size and after each small step of a drag.
+# after a resize to an unseen size and after each small step of a drag (one that shrinks the
+# game's table, one that grows every window on every step).
 set -euo pipefail
 build=${1:?build folder}
 peer=${2:-}
@@ -118,6 +119,12 @@ for ((k = 0; k < 8; ++k)); do
     drag+="$((sw * 60 / 100 + k * 12))x$((sh * 60 / 100 + k * 8)),"
 done
 drag=${drag%,}
+# A drag that grows every window on every step (each starts smaller than the first size).
+grow=""
+for ((k = 0; k < 8; ++k)); do
+    grow+="$((sw * 70 / 100 + k * 12))x$((sh * 82 / 100 + k * 8)),"
+done
+grow=${grow%,}
 resize_times() {
     local name=$1 settle=$2 sizes=$3 out
     shift 3
@@ -126,7 +133,7 @@ resize_times() {
         "settled_ms=$(grep -o 'settled_ms=[0-9.]*' <<< "$out" | cut -d= -f2 | median)"
 }
 [[ $phases == *resize* ]] || exit 0
-for what in unseen drag; do
+for what in unseen drag grow; do
     sizes=${!what}
     for ((r = 0; r < 3; ++r)); do
         # shellcheck disable=SC2086
