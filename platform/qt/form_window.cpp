@@ -1030,14 +1030,24 @@ void FormWindow::resizeEvent(QResizeEvent*) {
 // left unused is given back once the size settles (see releaseBufferTail).
 void FormWindow::reserveBuffer() {
     QBackingStore* store = backingStore();
-    if (!store || !isVisible()) return;
-    const auto m = bufferMapping(*this);
-    if (!m) return;
-    const QSize device = (QSizeF(size()) * devicePixelRatioF()).toSize();
-    const auto need = std::uintptr_t(device.width()) * std::uintptr_t(device.height()) *
-                      std::uintptr_t(m->bytesPerPixel);
-    if (need <= m->end - m->start) return;  // it fits; a buffer made too large is Qt's to shrink
+    QPaintDevice* device = store && isVisible() ? store->paintDevice() : nullptr;
+    if (!device || device->devType() != QInternal::Image) return;
+    // The buffer's size is read from the process's map only when Qt may have made a new one.
+    const uchar* at = static_cast<const QImage*>(device)->constBits();
+    if (at != buffer_.at || !buffer_.known) {
+        const auto m = bufferMapping(*this);
+        buffer_ = {at, m ? m->end - m->start : 0, m ? m->bytesPerPixel : 0, m.has_value()};
+    }
+    if (!buffer_.bytes) return;
+    const QSize pixels = (QSizeF(size()) * devicePixelRatioF()).toSize();
+    const auto need = std::size_t(pixels.width()) * std::size_t(pixels.height()) *
+                      std::size_t(buffer_.bytesPerPixel);
+    if (need <= buffer_.bytes) {
+        buffer_.known = 2 * need > buffer_.bytes;  // else Qt makes a smaller one for the size
+        return;
+    }
     store->resize((QSizeF(size()) * kBufferRoom).toSize().boundedTo(largestSize()));
+    buffer_.known = false;
 }
 
 bool FormWindow::paintSurface(QPainter& p, const QRegion& region) {
@@ -1251,6 +1261,7 @@ void FormWindow::hideEvent(QHideEvent*) {
     composed_ = QImage();
     composeTimer_.stop();
     settled_ = QSize();
+    buffer_.known = false;
     cardScale_->set(0);
 }
 

@@ -8,6 +8,7 @@
 #include <QRegion>
 #include <QTimer>
 #include <QWidget>
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -104,6 +105,12 @@ class FormWindow : public QWidget {
     QImage::Format composeFormat_ = QImage::Format_ARGB32_Premultiplied;
     QTimer composeTimer_;
     QSize settled_;  // the device size the window last settled at
+    struct {
+        const uchar* at = nullptr;  // where the window's buffer was when it was last looked at
+        std::size_t bytes = 0;      // the size of the shared memory it lies in (0: none)
+        int bytesPerPixel = 0;
+        bool known = false;  // whether Qt has kept that memory since
+    } buffer_;
     bool standInsDrawn_ = false;
     QRegion stale_;              // parts of composed_ to draw again
     QRegion details_;            // device pixels of composed_ that are more than the form colour
