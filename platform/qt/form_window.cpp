@@ -17,7 +17,9 @@
 #include <QStringDecoder>
 #include <QStyle>
 #include <QStyleOptionButton>
+#include <QThreadPool>
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -555,6 +557,35 @@ void releaseBufferTail(QWidget& window) {
     madvise(reinterpret_cast<void*>(tail), m->end - tail, MADV_REMOVE);
 }
 
+// Faults in the pages of `bytes` at `at` on a worker thread, from the end backwards, until the
+// next call. The pages are only mapped, not written, so this can run beside drawing into them.
+std::atomic<std::uint64_t> faultingIn{0};
+void faultInLater(const uchar* at, std::size_t bytes) {
+#ifdef MADV_POPULATE_WRITE
+    static QThreadPool* worker = [] {
+        auto* pool = new QThreadPool;
+        pool->setMaxThreadCount(1);
+        return pool;
+    }();
+    const std::uint64_t mine = ++faultingIn;
+    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+    const auto begin = (reinterpret_cast<std::uintptr_t>(at) + page - 1) / page * page;
+    const auto end = reinterpret_cast<std::uintptr_t>(at) + bytes / page * page;
+    if (end <= begin) return;
+    worker->start([=] {
+        constexpr std::uintptr_t kChunk = 256 << 10;
+        for (std::uintptr_t hi = end; hi > begin && faultingIn == mine;) {
+            const std::uintptr_t lo = hi - begin > kChunk ? hi - kChunk : begin;
+            if (madvise(reinterpret_cast<void*>(lo), hi - lo, MADV_POPULATE_WRITE) != 0) return;
+            hi = lo;
+        }
+    });
+#else
+    (void)at;
+    (void)bytes;
+#endif
+}
+
 }  // namespace
 
 FormWindow::FormWindow(QtUi& ui, Form& form)
@@ -1042,12 +1073,21 @@ void FormWindow::reserveBuffer() {
     const QSize pixels = (QSizeF(size()) * devicePixelRatioF()).toSize();
     const auto need = std::size_t(pixels.width()) * std::size_t(pixels.height()) *
                       std::size_t(buffer_.bytesPerPixel);
-    if (need <= buffer_.bytes) {
-        buffer_.known = 2 * need > buffer_.bytes;  // else Qt makes a smaller one for the size
+    const bool grows = need > buffer_.bytes;
+    if (!grows && 2 * need > buffer_.bytes) {
+        buffer_.known = true;  // Qt keeps the buffer there is
         return;
     }
-    store->resize((QSizeF(size()) * kBufferRoom).toSize().boundedTo(largestSize()));
+    // A new buffer, made now rather than at the paint, so that a worker faults its pages in (from
+    // the end) while this thread lays the window out and draws it (from the top).
+    ++faultingIn;  // the buffer being faulted in may be about to go
+    store->resize(grows ? (QSizeF(size()) * kBufferRoom).toSize().boundedTo(largestSize())
+                        : size());
     buffer_.known = false;
+    if (!grows) update();  // Qt sees no change of size at the paint, so the whole window is drawn
+    QPaintDevice* fresh = store->paintDevice();
+    if (fresh && fresh->devType() == QInternal::Image)
+        faultInLater(static_cast<const QImage*>(fresh)->constBits(), need);
 }
 
 bool FormWindow::paintSurface(QPainter& p, const QRegion& region) {
