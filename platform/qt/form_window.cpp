@@ -1302,6 +1302,7 @@ void FormWindow::hideEvent(QHideEvent*) {
     composeTimer_.stop();
     settled_ = QSize();
     buffer_.known = false;
+    ++faultingIn;  // its buffer may go with it
     cardScale_->set(0);
 }
 
