@@ -514,7 +514,6 @@ namespace {
 // the part of it in use; none when the buffer is not shared with the X server.
 struct BufferMapping {
     std::uintptr_t start = 0, end = 0, used = 0;
-    int bytesPerPixel = 4;
 };
 std::optional<BufferMapping> bufferMapping(QWidget& window) {
     QBackingStore* store = window.backingStore();
@@ -528,7 +527,7 @@ std::optional<BufferMapping> bufferMapping(QWidget& window) {
     BufferMapping m;
     bool found = false;
     char line[512];
-    while (!found && std::fgets(line, sizeof line, maps)) {
+    while (std::fgets(line, sizeof line, maps)) {
         unsigned long from = 0, to = 0;
         char perms[8] = {};
         if (std::sscanf(line, "%lx-%lx %7s", &from, &to, perms) != 3) continue;
@@ -536,12 +535,12 @@ std::optional<BufferMapping> bufferMapping(QWidget& window) {
             found = perms[3] == 's' && (std::strstr(line, "memfd:") || std::strstr(line, "SYSV"));
             m.start = from;
             m.end = to;
+            break;
         }
     }
     std::fclose(maps);
     if (!found || m.start != begin) return std::nullopt;
     m.used = begin + static_cast<std::uintptr_t>(image->sizeInBytes());
-    m.bytesPerPixel = std::max(1, image->depth() / 8);
     return m;
 }
 
@@ -550,8 +549,8 @@ std::optional<BufferMapping> bufferMapping(QWidget& window) {
 // they are given back (they come back as blank pages should the window grow into them again).
 void releaseBufferTail(QWidget& window) {
     const auto m = bufferMapping(window);
-    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
     if (!m) return;
+    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
     const std::uintptr_t tail = (m->used + page - 1) / page * page;
     if (tail + (1u << 20) > m->end) return;
     madvise(reinterpret_cast<void*>(tail), m->end - tail, MADV_REMOVE);
@@ -1064,15 +1063,15 @@ void FormWindow::reserveBuffer() {
     QPaintDevice* device = store && isVisible() ? store->paintDevice() : nullptr;
     if (!device || device->devType() != QInternal::Image) return;
     // The buffer's size is read from the process's map only when Qt may have made a new one.
-    const uchar* at = static_cast<const QImage*>(device)->constBits();
-    if (at != buffer_.at || !buffer_.known) {
+    const auto* image = static_cast<const QImage*>(device);
+    if (image->constBits() != buffer_.at || !buffer_.known) {
         const auto m = bufferMapping(*this);
-        buffer_ = {at, m ? m->end - m->start : 0, m ? m->bytesPerPixel : 0, m.has_value()};
+        buffer_ = {image->constBits(), m ? m->end - m->start : 0, m.has_value()};
     }
     if (!buffer_.bytes) return;
     const QSize pixels = (QSizeF(size()) * devicePixelRatioF()).toSize();
     const auto need = std::size_t(pixels.width()) * std::size_t(pixels.height()) *
-                      std::size_t(buffer_.bytesPerPixel);
+                      std::size_t(std::max(1, image->depth() / 8));
     const bool grows = need > buffer_.bytes;
     if (!grows && 2 * need > buffer_.bytes) {
         buffer_.known = true;  // Qt keeps the buffer there is

@@ -108,8 +108,7 @@ class FormWindow : public QWidget {
     struct {
         const uchar* at = nullptr;  // where the window's buffer was when it was last looked at
         std::size_t bytes = 0;      // the size of the shared memory it lies in (0: none)
-        int bytesPerPixel = 0;
-        bool known = false;  // whether Qt has kept that memory since
+        bool known = false;         // whether Qt has kept that memory since
     } buffer_;
     bool standInsDrawn_ = false;
     QRegion stale_;              // parts of composed_ to draw again

@@ -114,17 +114,17 @@ for ((k = 0; k < 30; ++k)); do
 done
 read -r sw sh <<< "$geometry"
 unseen="$((sw * 70 / 100))x$((sh * 70 / 100)),$((sw * 90 / 100))x$((sh * 95 / 100)),$((sw * 55 / 100))x$((sh * 60 / 100)),$((sw * 80 / 100))x$((sh * 85 / 100))"
-drag=""
-for ((k = 0; k < 8; ++k)); do
-    drag+="$((sw * 60 / 100 + k * 12))x$((sh * 60 / 100 + k * 8)),"
-done
-drag=${drag%,}
+# Eight small steps of a drag from W% x H% of the screen, growing by 12 x 8 pixels a step.
+drag_steps() {
+    local k sizes=""
+    for ((k = 0; k < 8; ++k)); do
+        sizes+="$((sw * $1 / 100 + k * 12))x$((sh * $2 / 100 + k * 8)),"
+    done
+    echo "${sizes%,}"
+}
+drag=$(drag_steps 60 60)
 # A drag that grows every window on every step (each starts smaller than the first size).
-grow=""
-for ((k = 0; k < 8; ++k)); do
-    grow+="$((sw * 70 / 100 + k * 12))x$((sh * 82 / 100 + k * 8)),"
-done
-grow=${grow%,}
+grow=$(drag_steps 70 82)
 resize_times() {
     local name=$1 settle=$2 sizes=$3 out
     shift 3
