@@ -23,6 +23,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "platform/qt/pages.h"
+
 // Every card is a short list of layers in card coordinates (71 x 96): filled paths and thin pen
 // strokes, built once per card. Painting only replays them: no text layout and no clipping, and
 // nothing is a bitmap, so cards stay crisp at any scale.
@@ -914,6 +916,7 @@ long long bytesOf(const Key& k) {
 // Renders a card; safe on any thread once its shapes are built (see buildShapes).
 QImage render(const Key& k) {
     QImage image(deviceSize(k), QImage::Format_ARGB32_Premultiplied);
+    mapIn(image);
     image.fill(Qt::transparent);
     {
         // Scaled by the painter rather than by the image's pixel ratio: text does not follow a

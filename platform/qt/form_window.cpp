@@ -17,9 +17,7 @@
 #include <QStringDecoder>
 #include <QStyle>
 #include <QStyleOptionButton>
-#include <QThreadPool>
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -40,6 +38,7 @@
 #include "platform/form.h"
 #include "platform/qt/accessible.h"
 #include "platform/qt/card_painter.h"
+#include "platform/qt/pages.h"
 #include "platform/qt/qt_ui.h"
 #include "platform/runtime.h"
 
@@ -205,6 +204,8 @@ constexpr double kReadableTextPixels = 0.75;
 constexpr int kLargestOverDesktop = 2;
 // How much wider and taller than the window a growing window's buffer is made.
 constexpr double kBufferRoom = 1.25;
+// Resizes less than this many milliseconds apart are the steps of a drag.
+constexpr qint64 kResizeStepMs = 250;
 
 // Window rectangle covered by a card drawn at logical (x, y), generous by a pixel for repaints.
 QRect cardArea(QPointF origin, double s, int x, int y) {
@@ -554,35 +555,6 @@ void releaseBufferTail(QWidget& window) {
     const std::uintptr_t tail = (m->used + page - 1) / page * page;
     if (tail + (1u << 20) > m->end) return;
     madvise(reinterpret_cast<void*>(tail), m->end - tail, MADV_REMOVE);
-}
-
-// Faults in the pages of `bytes` at `at` on a worker thread, from the end backwards, until the
-// next call. The pages are only mapped, not written, so this can run beside drawing into them.
-std::atomic<std::uint64_t> faultingIn{0};
-void faultInLater(const uchar* at, std::size_t bytes) {
-#ifdef MADV_POPULATE_WRITE
-    static QThreadPool* worker = [] {
-        auto* pool = new QThreadPool;
-        pool->setMaxThreadCount(1);
-        return pool;
-    }();
-    const std::uint64_t mine = ++faultingIn;
-    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-    const auto begin = (reinterpret_cast<std::uintptr_t>(at) + page - 1) / page * page;
-    const auto end = reinterpret_cast<std::uintptr_t>(at) + bytes / page * page;
-    if (end <= begin) return;
-    worker->start([=] {
-        constexpr std::uintptr_t kChunk = 256 << 10;
-        for (std::uintptr_t hi = end; hi > begin && faultingIn == mine;) {
-            const std::uintptr_t lo = hi - begin > kChunk ? hi - kChunk : begin;
-            if (madvise(reinterpret_cast<void*>(lo), hi - lo, MADV_POPULATE_WRITE) != 0) return;
-            hi = lo;
-        }
-    });
-#else
-    (void)at;
-    (void)bytes;
-#endif
 }
 
 }  // namespace
@@ -1054,10 +1026,13 @@ void FormWindow::resizeEvent(QResizeEvent*) {
 }
 
 // Qt makes the window's buffer, shared with the X server, anew whenever the window outgrows it (or
-// shrinks to half of it), and the pages of every new buffer are faulted in again on both sides: a
+// shrinks to half of it), and the pages of every new buffer are mapped in again on both sides: a
 // drag that grows the window a few pixels at a time would pay that on every step. A window that
-// outgrows its buffer gets one with room to spare, so the steps that follow fit into it; the room
-// left unused is given back once the size settles (see releaseBufferTail).
+// outgrows its buffer by a little, or while its size changes in quick steps, gets one with room to
+// spare, so the steps that follow fit into it; the room left unused is given back once the size
+// settles (see releaseBufferTail). A jump to a much larger size gets no room: Qt also makes an
+// image of the buffer's size on the X server's side, and a larger one would cost the server more
+// than it is likely to save.
 void FormWindow::reserveBuffer() {
     QBackingStore* store = backingStore();
     QPaintDevice* device = store && isVisible() ? store->paintDevice() : nullptr;
@@ -1072,21 +1047,13 @@ void FormWindow::reserveBuffer() {
     const QSize pixels = (QSizeF(size()) * devicePixelRatioF()).toSize();
     const auto need = std::size_t(pixels.width()) * std::size_t(pixels.height()) *
                       std::size_t(std::max(1, image->depth() / 8));
-    const bool grows = need > buffer_.bytes;
-    if (!grows && 2 * need > buffer_.bytes) {
-        buffer_.known = true;  // Qt keeps the buffer there is
-        return;
-    }
-    // A new buffer, made now rather than at the paint, so that a worker faults its pages in (from
-    // the end) while this thread lays the window out and draws it (from the top).
-    ++faultingIn;  // the buffer being faulted in may be about to go
-    store->resize(grows ? (QSizeF(size()) * kBufferRoom).toSize().boundedTo(largestSize())
-                        : size());
+    buffer_.known = true;  // Qt keeps the buffer there is, unless it is replaced just below
+    const bool stepping = sinceResize_.isValid() && sinceResize_.elapsed() < kResizeStepMs;
+    sinceResize_.start();
+    const bool littleMore = double(need) <= double(buffer_.bytes) * kBufferRoom;
+    if (need <= buffer_.bytes || !(stepping || littleMore)) return;
+    store->resize((QSizeF(size()) * kBufferRoom).toSize().boundedTo(largestSize()));
     buffer_.known = false;
-    if (!grows) update();  // Qt sees no change of size at the paint, so the whole window is drawn
-    QPaintDevice* fresh = store->paintDevice();
-    if (fresh && fresh->devType() == QInternal::Image)
-        faultInLater(static_cast<const QImage*>(fresh)->constBits(), need);
 }
 
 bool FormWindow::paintSurface(QPainter& p, const QRegion& region) {
@@ -1197,6 +1164,11 @@ void FormWindow::paintEvent(QPaintEvent* e) {
     // Only what changed is composed again. While the size changes the form is painted directly:
     // a fresh window-sized copy would cost more than the paint itself.
     QPainter p(this);
+    // A new window buffer (Qt makes one for most changes of size) is mapped in before drawing.
+    if (const QImage* buffer = paintedImage(p)) {
+        const std::pair<const uchar*, qsizetype> now{buffer->constBits(), buffer->sizeInBytes()};
+        if (std::exchange(mapped_, now) != now) mapIn(*buffer);
+    }
     const double dpr = devicePixelRatioF();
     const QSize device = (QSizeF(size()) * dpr).toSize();
     cardScale_->set(scale_ * dpr);
@@ -1257,6 +1229,7 @@ bool FormWindow::compose() {
     if (composed_.size() != device || composed_.devicePixelRatio() != dpr ||
         composed_.format() != composeFormat_) {
         composed_ = QImage(device, composeFormat_);
+        mapIn(composed_);
         composed_.setDevicePixelRatio(dpr);
         stale_ = rect();
     }
@@ -1301,7 +1274,7 @@ void FormWindow::hideEvent(QHideEvent*) {
     composeTimer_.stop();
     settled_ = QSize();
     buffer_.known = false;
-    ++faultingIn;  // its buffer may go with it
+    mapped_ = {};
     cardScale_->set(0);
 }
 

@@ -3,6 +3,7 @@
 // to the window, keeping its aspect ratio (centred, with a darker band around it); every control
 // widget sits at its logical rectangle times the scale, and mouse positions go back to the game in
 // logical pixels.
+#include <QElapsedTimer>
 #include <QImage>
 #include <QPixmap>
 #include <QRegion>
@@ -12,6 +13,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "platform/surface.h"
@@ -110,6 +112,9 @@ class FormWindow : public QWidget {
         std::size_t bytes = 0;      // the size of the shared memory it lies in (0: none)
         bool known = false;         // whether Qt has kept that memory since
     } buffer_;
+    QElapsedTimer sinceResize_;  // since the window's size last changed while it was shown
+    // The window buffer (where and how large) whose pages were last mapped in before drawing.
+    std::pair<const uchar*, qsizetype> mapped_{};
     bool standInsDrawn_ = false;
     QRegion stale_;              // parts of composed_ to draw again
     QRegion details_;            // device pixels of composed_ that are more than the form colour
