@@ -306,10 +306,11 @@ TEST(Pages, AMappedInImageIsDrawnWithoutPageFaults) {
     constexpr int kSide = 1024;  // 4 MB of pixels
     constexpr std::size_t kBytes = std::size_t(kSide) * kSide * 4;
     auto faultsWhileFilling = [](bool mappedIn) {
-        void* memory = mmap(nullptr, kBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS,
-                            -1, 0);
+        void* memory =
+            mmap(nullptr, kBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         if (memory == MAP_FAILED) return -1l;
-        QImage image(static_cast<uchar*>(memory), kSide, kSide, QImage::Format_ARGB32_Premultiplied);
+        QImage image(static_cast<uchar*>(memory), kSide, kSide,
+                     QImage::Format_ARGB32_Premultiplied);
         if (mappedIn && !bm::qt::mapIn(image)) {
             munmap(memory, kBytes);
             return -2l;

@@ -1047,13 +1047,13 @@ void FormWindow::reserveBuffer() {
     const QSize pixels = (QSizeF(size()) * devicePixelRatioF()).toSize();
     const auto need = std::size_t(pixels.width()) * std::size_t(pixels.height()) *
                       std::size_t(std::max(1, image->depth() / 8));
-    buffer_.known = true;  // Qt keeps the buffer there is, unless it is replaced just below
+    // Qt keeps the buffer unless the window outgrows it or shrinks to half of it.
+    buffer_.known = need <= buffer_.bytes && 2 * need > buffer_.bytes;
     const bool stepping = sinceResize_.isValid() && sinceResize_.elapsed() < kResizeStepMs;
     sinceResize_.start();
     const bool littleMore = double(need) <= double(buffer_.bytes) * kBufferRoom;
     if (need <= buffer_.bytes || !(stepping || littleMore)) return;
     store->resize((QSizeF(size()) * kBufferRoom).toSize().boundedTo(largestSize()));
-    buffer_.known = false;
 }
 
 bool FormWindow::paintSurface(QPainter& p, const QRegion& region) {
