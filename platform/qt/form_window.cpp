@@ -202,7 +202,8 @@ constexpr double kReadableTextPixels = 0.75;
 // No window grows past this many times the whole desktop's size in either direction: a larger one
 // shows nothing more, and its buffer alone would take gigabytes.
 constexpr int kLargestOverDesktop = 2;
-// How much wider and taller than the window a growing window's buffer is made.
+// How much wider and taller than the window a growing window's buffer is made; a window that
+// outgrows its buffer by no more than this (in bytes) is taken to be growing by a little.
 constexpr double kBufferRoom = 1.25;
 // Resizes less than this many milliseconds apart are the steps of a drag.
 constexpr qint64 kResizeStepMs = 250;
@@ -1041,7 +1042,9 @@ void FormWindow::reserveBuffer() {
     const auto* image = static_cast<const QImage*>(device);
     if (image->constBits() != buffer_.at || !buffer_.known) {
         const auto m = bufferMapping(*this);
-        buffer_ = {image->constBits(), m ? m->end - m->start : 0, m.has_value()};
+        buffer_.at = image->constBits();
+        buffer_.bytes = m ? m->end - m->start : 0;
+        buffer_.known = m.has_value();
     }
     if (!buffer_.bytes) return;
     const QSize pixels = (QSizeF(size()) * devicePixelRatioF()).toSize();
@@ -1167,7 +1170,7 @@ void FormWindow::paintEvent(QPaintEvent* e) {
     // A new window buffer (Qt makes one for most changes of size) is mapped in before drawing.
     if (const QImage* buffer = paintedImage(p)) {
         const std::pair<const uchar*, qsizetype> now{buffer->constBits(), buffer->sizeInBytes()};
-        if (std::exchange(mapped_, now) != now) mapIn(*buffer);
+        if (std::exchange(buffer_.mappedIn, now) != now) mapIn(*buffer);
     }
     const double dpr = devicePixelRatioF();
     const QSize device = (QSizeF(size()) * dpr).toSize();
@@ -1273,8 +1276,7 @@ void FormWindow::hideEvent(QHideEvent*) {
     composed_ = QImage();
     composeTimer_.stop();
     settled_ = QSize();
-    buffer_.known = false;
-    mapped_ = {};
+    buffer_ = {};  // its buffer may go with it
     cardScale_->set(0);
 }
 

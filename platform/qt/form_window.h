@@ -111,10 +111,10 @@ class FormWindow : public QWidget {
         const uchar* at = nullptr;  // where the window's buffer was when it was last looked at
         std::size_t bytes = 0;      // the size of the shared memory it lies in (0: none)
         bool known = false;         // whether Qt has kept that memory since
+        // The buffer (where and how large) whose pages were last mapped in before drawing.
+        std::pair<const uchar*, qsizetype> mappedIn{};
     } buffer_;
     QElapsedTimer sinceResize_;  // since the window's size last changed while it was shown
-    // The window buffer (where and how large) whose pages were last mapped in before drawing.
-    std::pair<const uchar*, qsizetype> mapped_{};
     bool standInsDrawn_ = false;
     QRegion stale_;              // parts of composed_ to draw again
     QRegion details_;            // device pixels of composed_ that are more than the form colour
