@@ -218,6 +218,42 @@ TEST_F(QtUiTest, ANewSizeShowsItsCardsAtOnceAndSharpensThemAfter) {
     EXPECT_EQ(window().grab().toImage().pixelColor(377 + 90, 104 + 120), QColor(0, 0x80, 0));
 }
 
+// Child windows cut what the form paints into many rectangles, and each is drawn on its own: a
+// repaint of such a region shows in every rectangle what a repaint of the whole window shows, while
+// the size is still changing (the form drawn directly, cards standing in) and once it has settled
+// (the form copied from its composed drawing).
+TEST_F(QtUiTest, ARepaintInPiecesMatchesAWholeRepaint) {
+    setScale2();
+    form.surface().drawCard(120, 40, 54, 1, 0x00FFFF);
+    form.surface().drawCard(20, 60, 12, 1, 0xFF0000);
+    form.surface().drawCard(60, 80, 30, 0, 0);
+    QRegion pieces;  // a grid of rectangles with gaps, across the cards, the felt and the band
+    for (int y = 3; y < 300; y += 41)
+        for (int x = 5; x < 500; x += 53) pieces += QRect(x, y, 37 + (x + y) % 11, 29);
+    auto mismatches = [&] {
+        const QImage whole = window().grab().toImage();
+        QImage parts(whole.size(), whole.format());
+        parts.fill(Qt::magenta);
+        window().render(&parts, pieces.boundingRect().topLeft(), pieces);
+        int n = 0, inside = 0;
+        for (const QRect& r : pieces.intersected(parts.rect()))
+            for (int y = r.top(); y <= r.bottom(); ++y)
+                for (int x = r.left(); x <= r.right(); ++x, ++inside)
+                    n += parts.pixel(x, y) != whole.pixel(x, y);
+        EXPECT_GT(inside, 20000);
+        return n;
+    };
+    window().resize(520, 310);  // a new size: cards stand in until the worker's arrive
+    EXPECT_EQ(mismatches(), 0);
+    QObject receiver;
+    bool rendered = false;
+    bm::qt::whenCardsRendered(&receiver, [&] { rendered = true; });
+    ui.waitFor([&] { return rendered; }, ui.now() + 10);
+    EXPECT_EQ(mismatches(), 0);
+    ui.waitFor([] { return false; }, ui.now() + 0.6);  // composed by now
+    EXPECT_EQ(mismatches(), 0);
+}
+
 // A settled window's repaint fills and copies straight into the window's buffer, and buttons draw
 // from their last drawing: what reaches the buffer is what the painter draws, and a button's
 // drawing follows its caption and state.

@@ -215,13 +215,22 @@ QRect cardArea(QPointF origin, double s, int x, int y) {
         .adjusted(-1, -1, 1, 1);
 }
 
-// Replays a surface's card drawings. Each card is a pixmap rendered for the exact device scale and
-// placed on whole device pixels, so it is copied 1:1 and stays crisp at any scale. While the
-// pixmaps of a new scale are being rendered, the cards of the nearest cached scale stand in,
-// stretched to the same places; returns whether any did (the caller repaints once the exact ones
-// are there). Cards too large to cache are painted as vectors.
+// Sets `p` to clip to one rectangle of what is being painted. The raster engine fills, copies and
+// stretches quickly only under a clip of one rectangle; under a clip of many (a window's children
+// cut holes in what it paints) it breaks every row into spans and hands them to worker threads,
+// which costs many times the drawing itself. So each part is drawn once for every rectangle of the
+// region it meets, clipped to that rectangle alone.
+void clipTo(QPainter& p, const QRect& r) {
+    p.setClipRect(r, Qt::ReplaceClip);
+}
+
+// Replays a surface's card drawings within `region`. Each card is a pixmap rendered for the exact
+// device scale and placed on whole device pixels, so it is copied 1:1 and stays crisp at any
+// scale. While the pixmaps of a new scale are being rendered, the cards of the nearest cached scale
+// stand in, stretched to the same places; returns whether any did (the caller repaints once the
+// exact ones are there). Cards too large to cache are painted as vectors.
 bool paintDraws(QPainter& p, const std::vector<CardDraw>& draws, QPointF origin, double s,
-                const QRect& clip) {
+                const QRegion& region) {
     const double dpr = p.device()->devicePixelRatioF();
     const double deviceScale = s * dpr;
     const bool cached = cardCacheable(deviceScale);
@@ -230,28 +239,55 @@ bool paintDraws(QPainter& p, const std::vector<CardDraw>& draws, QPointF origin,
     const QSizeF cardSize(std::lround(kCardWidth * scale64) / dpr,
                           std::lround(kCardHeight * scale64) / dpr);
     bool standIns = false;
+    // Within one rectangle the clip is set once, unless the painter is already held to exactly
+    // that rectangle (a window's paint of one); otherwise it is set for each piece of a card.
+    bool saved = false;
+    auto clip = [&](const QRect& r) {
+        if (!std::exchange(saved, true)) p.save();
+        clipTo(p, r);
+    };
+    const bool oneRect = region.rectCount() == 1;
+    if (oneRect) {
+        const QPaintEngine* engine = p.paintEngine();
+        const QRect device =
+            p.deviceTransform().mapRect(QRectF(region.boundingRect())).toAlignedRect();
+        if (p.hasClipping() || !engine || engine->systemClip() != QRegion(device))
+            clip(region.boundingRect());
+    }
+    auto eachPiece = [&](const QRect& area, auto&& draw) {
+        if (oneRect) {
+            draw();
+            return;
+        }
+        for (const QRect& r : region.intersected(area)) {
+            clip(r);
+            draw();
+        }
+    };
     for (const CardDraw& d : draws) {
-        if (!cardArea(origin, s, d.x, d.y).intersects(clip)) continue;
+        const QRect area = cardArea(origin, s, d.x, d.y);
+        if (!region.intersects(area)) continue;
         const double x = std::round((origin.x() + d.x * s) * dpr) / dpr;
         const double y = std::round((origin.y() + d.y * s) * dpr) / dpr;
         if (!cached) {
-            p.save();
-            p.translate(x, y);
-            p.scale(s, s);
-            paintCard(p, 0, 0, d.code, d.mode, toColor(d.colour));
-            p.restore();
+            eachPiece(area, [&] {
+                p.save();
+                p.translate(x, y);
+                p.scale(s, s);
+                paintCard(p, 0, 0, d.code, d.mode, toColor(d.colour));
+                p.restore();
+            });
             continue;
         }
         const CardPicture card = cardPicture(d.code, d.mode, toColor(d.colour), deviceScale);
         if (!card.pixmap) continue;
         const QPixmap& pm = *card.pixmap;
-        if (card.exact) {
-            p.drawPixmap(QRectF(x, y, pm.width() / dpr, pm.height() / dpr), pm, QRectF(pm.rect()));
-        } else {
-            p.drawPixmap(QRectF(QPointF(x, y), cardSize), pm, QRectF(pm.rect()));
-            standIns = true;
-        }
+        const QRectF target = card.exact ? QRectF(x, y, pm.width() / dpr, pm.height() / dpr)
+                                         : QRectF(QPointF(x, y), cardSize);
+        standIns |= !card.exact;
+        eachPiece(area, [&] { p.drawPixmap(target, pm, QRectF(pm.rect())); });
     }
+    if (saved) p.restore();
     return standIns;
 }
 
@@ -351,7 +387,7 @@ class PictureBoxWidget : public ControlWidget {
             if (!shown.isEmpty()) drawPicture(p, QRect(QPoint(), shown));
         }
         if (paintDraws(p, static_cast<PictureBox&>(control_).surface().draws(), QPointF(0, 0), s,
-                       e->rect()))
+                       e->region()))
             whenCardsRendered(this, [this] { update(); });
     }
 };
@@ -578,11 +614,7 @@ FormWindow::FormWindow(QtUi& ui, Form& form)
         releaseBufferTail(*this);
         if (std::exchange(standInsDrawn_, false)) update();
         if (!composable()) return;
-        if (compose())
-            whenCardsRendered(this, [this] {
-                stale_ = rect();
-                update();
-            });
+        if (compose()) whenCardsRendered(this, [this] { redrawCards(); });
     });
     setObjectName(QString::fromStdString(form.name()));
     setAttribute(Qt::WA_OpaquePaintEvent);
@@ -1060,21 +1092,32 @@ void FormWindow::reserveBuffer() {
 }
 
 bool FormWindow::paintSurface(QPainter& p, const QRegion& region) {
-    const QRect clip = region.boundingRect();
     const QColor back = toColor(form_.backColor());
     const QRect area = toWindow(0, 0, std::max(1, form_.width()), std::max(1, form_.height()));
     const QColor band = back.darker(160);
-    for (const QRect& r : region.subtracted(area)) p.fillRect(r, band);
-    for (const QRect& r : region.intersected(area)) p.fillRect(r, back);
-    const bool standIns = paintDraws(p, form_.surface().draws(), origin_, scale_, clip);
+    p.save();
+    for (const QRect& r : region) {
+        clipTo(p, r);
+        for (const QRect& b : QRegion(r).subtracted(area)) p.fillRect(b, band);
+        if (r.intersects(area)) p.fillRect(r & area, back);
+    }
+    p.restore();
+    const bool standIns = paintDraws(p, form_.surface().draws(), origin_, scale_, region);
     if (form_.border() == Border::None) {
         // A window without a frame gets a thin raised edge of its own, so it stands out from what
         // lies behind it.
         const int w = std::max(1, static_cast<int>(std::lround(scale_)));
-        p.fillRect(QRect(area.left(), area.top(), area.width(), w), back.lighter(150));
-        p.fillRect(QRect(area.left(), area.top(), w, area.height()), back.lighter(150));
-        p.fillRect(QRect(area.left(), area.bottom() - w + 1, area.width(), w), back.darker(170));
-        p.fillRect(QRect(area.right() - w + 1, area.top(), w, area.height()), back.darker(170));
+        const QRect edges[] = {QRect(area.left(), area.top(), area.width(), w),
+                               QRect(area.left(), area.top(), w, area.height()),
+                               QRect(area.left(), area.bottom() - w + 1, area.width(), w),
+                               QRect(area.right() - w + 1, area.top(), w, area.height())};
+        p.save();
+        for (int k = 0; k < 4; ++k)
+            for (const QRect& r : region.intersected(edges[k])) {
+                clipTo(p, r);
+                p.fillRect(edges[k], k < 2 ? back.lighter(150) : back.darker(170));
+            }
+        p.restore();
     }
     return standIns;
 }
@@ -1202,19 +1245,32 @@ void FormWindow::paintEvent(QPaintEvent* e) {
             fillDirect(*direct, plain.subtracted(feltArea_), back.darker(160));
             copyDirect(*direct, composed_, target.intersected(details_));
         } else {
-            for (const QRect& r : plain.intersected(feltArea_)) p.fillRect(r, back);
-            for (const QRect& r : plain.subtracted(feltArea_)) p.fillRect(r, back.darker(160));
+            for (const QRect& r : plain.intersected(feltArea_)) {
+                clipTo(p, r);
+                p.fillRect(r, back);
+            }
+            for (const QRect& r : plain.subtracted(feltArea_)) {
+                clipTo(p, r);
+                p.fillRect(r, back.darker(160));
+            }
             // The composed drawing is opaque and of the buffer's format: copied, not blended.
             p.setCompositionMode(QPainter::CompositionMode_Source);
-            for (const QRect& r : target.intersected(details_))
+            for (const QRect& r : target.intersected(details_)) {
+                clipTo(p, r);
                 p.drawImage(QRectF(r), composed_, QRectF(r));
+            }
         }
     }
-    if (standIns)
-        whenCardsRendered(this, [this] {
-            stale_ = rect();
-            update();
-        });
+    if (standIns) whenCardsRendered(this, [this] { redrawCards(); });
+}
+
+void FormWindow::redrawCards() {
+    // Only the cards change once their exact pictures are there: the rest of the window (and the
+    // X server's copy of it) is left as it is.
+    QRegion cards;
+    for (const CardDraw& d : form_.surface().draws()) cards += cardArea(origin_, scale_, d.x, d.y);
+    stale_ += cards;
+    update(cards);
 }
 
 bool FormWindow::composable() const {
@@ -1241,7 +1297,6 @@ bool FormWindow::compose() {
         stale_ = rect();
     }
     QPainter cp(&composed_);
-    cp.setClipRegion(stale_);
     const bool standIns = paintSurface(cp, stale_);
     stale_ = QRegion();
     findDetails(dpr);

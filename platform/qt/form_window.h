@@ -90,6 +90,7 @@ class FormWindow : public QWidget {
     void findDetails(double dpr);
     bool composable() const;
     bool compose();
+    void redrawCards();
     void dirty(QWidget* target, const QRect& area);
     void invalidate(const std::vector<CardDraw>& before, const std::vector<CardDraw>& after,
                     QWidget* target, QPointF origin);
