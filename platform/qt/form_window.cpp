@@ -585,13 +585,15 @@ std::optional<BufferMapping> bufferMapping(QWidget& window) {
 // Qt keeps a window's shared buffer when the window shrinks to more than half of it, and the
 // pages past the part in use, drawn at the larger size, stay in memory. Once the size has settled
 // they are given back (they come back as blank pages should the window grow into them again).
-void releaseBufferTail(QWidget& window) {
+// Returns how many bytes from the buffer's start stay mapped in, when any were given back.
+std::optional<qsizetype> releaseBufferTail(QWidget& window) {
     const auto m = bufferMapping(window);
-    if (!m) return;
+    if (!m) return std::nullopt;
     const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
     const std::uintptr_t tail = (m->used + page - 1) / page * page;
-    if (tail + (1u << 20) > m->end) return;
+    if (tail + (1u << 20) > m->end) return std::nullopt;
     madvise(reinterpret_cast<void*>(tail), m->end - tail, MADV_REMOVE);
+    return static_cast<qsizetype>(tail - m->start);
 }
 
 }  // namespace
@@ -611,7 +613,8 @@ FormWindow::FormWindow(QtUi& ui, Form& form)
         // The pictures of the sizes passed through are gone: give their memory back.
         malloc_trim(0);
 #endif
-        releaseBufferTail(*this);
+        if (const auto kept = releaseBufferTail(*this))
+            buffer_.mapped = std::min(buffer_.mapped, *kept);
         if (std::exchange(standInsDrawn_, false)) update();
         if (!composable()) return;
         if (compose()) whenCardsRendered(this, [this] { redrawCards(); });
@@ -1082,8 +1085,10 @@ void FormWindow::reserveBuffer() {
     const QSize pixels = (QSizeF(size()) * devicePixelRatioF()).toSize();
     const auto need = std::size_t(pixels.width()) * std::size_t(pixels.height()) *
                       std::size_t(std::max(1, image->depth() / 8));
-    // Qt keeps the buffer unless the window outgrows it or shrinks to half of it.
+    // Qt keeps the buffer unless the window outgrows it or shrinks to half of it; a new one is
+    // mapped in afresh, even should it lie where the old one did.
     buffer_.known = need <= buffer_.bytes && 2 * need > buffer_.bytes;
+    if (!buffer_.known) buffer_.mapped = 0;
     const bool stepping = sinceResize_.isValid() && sinceResize_.elapsed() < kResizeStepMs;
     sinceResize_.start();
     const bool littleMore = double(need) <= double(buffer_.bytes) * kBufferRoom;
@@ -1210,10 +1215,18 @@ void FormWindow::paintEvent(QPaintEvent* e) {
     // Only what changed is composed again. While the size changes the form is painted directly:
     // a fresh window-sized copy would cost more than the paint itself.
     QPainter p(this);
-    // A new window buffer (Qt makes one for most changes of size) is mapped in before drawing.
+    // A new window buffer (Qt makes one for many changes of size), or the part of the buffer that
+    // a larger window newly takes, is mapped in before drawing.
     if (const QImage* buffer = paintedImage(p)) {
-        const std::pair<const uchar*, qsizetype> now{buffer->constBits(), buffer->sizeInBytes()};
-        if (std::exchange(buffer_.mappedIn, now) != now) mapIn(*buffer);
+        if (buffer->constBits() != buffer_.mappedAt) {
+            buffer_.mappedAt = buffer->constBits();
+            buffer_.mapped = 0;
+        }
+        const qsizetype bytes = buffer->sizeInBytes();
+        if (bytes > buffer_.mapped) {
+            mapIn(buffer_.mappedAt + buffer_.mapped, std::size_t(bytes - buffer_.mapped));
+            buffer_.mapped = bytes;
+        }
     }
     const double dpr = devicePixelRatioF();
     const QSize device = (QSizeF(size()) * dpr).toSize();
@@ -1221,6 +1234,9 @@ void FormWindow::paintEvent(QPaintEvent* e) {
     bool standIns = false;
     composeFormat_ = targetFormat(p);
     if (composed_.size() != device || composed_.devicePixelRatio() != dpr || !composable()) {
+        // Freeing a window-sized image gives its pages back to the system, which is better done
+        // once this frame is out.
+        if (!composed_.isNull()) QTimer::singleShot(0, this, [old = std::move(composed_)] {});
         composed_ = QImage();
         standIns = paintSurface(p, e->region());
         if (composable() || settled_ != device) composeTimer_.start();

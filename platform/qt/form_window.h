@@ -112,8 +112,10 @@ class FormWindow : public QWidget {
         const uchar* at = nullptr;  // where the window's buffer was when it was last looked at
         std::size_t bytes = 0;      // the size of the shared memory it lies in (0: none)
         bool known = false;         // whether Qt has kept that memory since
-        // The buffer (where and how large) whose pages were last mapped in before drawing.
-        std::pair<const uchar*, qsizetype> mappedIn{};
+        // The buffer whose pages were last mapped in before drawing, and how many of its bytes
+        // (from its start) are mapped in.
+        const uchar* mappedAt = nullptr;
+        qsizetype mapped = 0;
     } buffer_;
     QElapsedTimer sinceResize_;  // since the window's size last changed while it was shown
     bool standInsDrawn_ = false;

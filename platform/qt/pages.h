@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QImage>
+#include <cstddef>
 
 namespace bm::qt {
 
@@ -10,5 +11,7 @@ namespace bm::qt {
 // on pages already there. Returns false when the kernel does not know the request: the pages then
 // come as they are drawn.
 bool mapIn(const QImage& image);
+// The same for `bytes` of memory from `at`.
+bool mapIn(const void* at, std::size_t bytes);
 
 }  // namespace bm::qt
