@@ -215,13 +215,23 @@ QRect cardArea(QPointF origin, double s, int x, int y) {
         .adjusted(-1, -1, 1, 1);
 }
 
-// Sets `p` to clip to one rectangle of what is being painted. The raster engine fills, copies and
-// stretches quickly only under a clip of one rectangle; under a clip of many (a window's children
-// cut holes in what it paints) it breaks every row into spans and hands them to worker threads,
-// which costs many times the drawing itself. So each part is drawn once for every rectangle of the
-// region it meets, clipped to that rectangle alone.
-void clipTo(QPainter& p, const QRect& r) {
-    p.setClipRect(r, Qt::ReplaceClip);
+// Draws `region` one rectangle at a time, with `p` clipped to that rectangle alone. The raster
+// engine fills, copies and stretches quickly only under a clip of one rectangle; under a clip of
+// many (a window's children cut holes in what it paints) it breaks every row into spans and hands
+// them to worker threads, which costs many times the drawing itself.
+template <typename Draw>
+void inPieces(QPainter& p, const QRegion& region, Draw draw) {
+    for (const QRect& r : region) {
+        p.setClipRect(r, Qt::ReplaceClip);
+        draw(r);
+    }
+}
+
+// Fills the plain parts of a form's drawing within `region`: the form's colour over `felt`, a
+// darker band around it.
+void fillPlain(QPainter& p, const QRegion& region, const QRect& felt, const QColor& back) {
+    inPieces(p, region.intersected(felt), [&](const QRect& r) { p.fillRect(r, back); });
+    inPieces(p, region.subtracted(felt), [&](const QRect& r) { p.fillRect(r, back.darker(160)); });
 }
 
 // Replays a surface's card drawings within `region`. Each card is a pixmap rendered for the exact
@@ -239,30 +249,15 @@ bool paintDraws(QPainter& p, const std::vector<CardDraw>& draws, QPointF origin,
     const QSizeF cardSize(std::lround(kCardWidth * scale64) / dpr,
                           std::lround(kCardHeight * scale64) / dpr);
     bool standIns = false;
-    // Within one rectangle the clip is set once, unless the painter is already held to exactly
-    // that rectangle (a window's paint of one); otherwise it is set for each piece of a card.
-    bool saved = false;
-    auto clip = [&](const QRect& r) {
-        if (!std::exchange(saved, true)) p.save();
-        clipTo(p, r);
-    };
+    p.save();
+    // Within one rectangle the clip is set once; otherwise for each piece of a card.
     const bool oneRect = region.rectCount() == 1;
-    if (oneRect) {
-        const QPaintEngine* engine = p.paintEngine();
-        const QRect device =
-            p.deviceTransform().mapRect(QRectF(region.boundingRect())).toAlignedRect();
-        if (p.hasClipping() || !engine || engine->systemClip() != QRegion(device))
-            clip(region.boundingRect());
-    }
+    if (oneRect) p.setClipRect(region.boundingRect(), Qt::ReplaceClip);
     auto eachPiece = [&](const QRect& area, auto&& draw) {
-        if (oneRect) {
+        if (oneRect)
             draw();
-            return;
-        }
-        for (const QRect& r : region.intersected(area)) {
-            clip(r);
-            draw();
-        }
+        else
+            inPieces(p, region.intersected(area), [&](const QRect&) { draw(); });
     };
     for (const CardDraw& d : draws) {
         const QRect area = cardArea(origin, s, d.x, d.y);
@@ -287,7 +282,7 @@ bool paintDraws(QPainter& p, const std::vector<CardDraw>& draws, QPointF origin,
         standIns |= !card.exact;
         eachPiece(area, [&] { p.drawPixmap(target, pm, QRectF(pm.rect())); });
     }
-    if (saved) p.restore();
+    p.restore();
     return standIns;
 }
 
@@ -1099,13 +1094,8 @@ void FormWindow::reserveBuffer() {
 bool FormWindow::paintSurface(QPainter& p, const QRegion& region) {
     const QColor back = toColor(form_.backColor());
     const QRect area = toWindow(0, 0, std::max(1, form_.width()), std::max(1, form_.height()));
-    const QColor band = back.darker(160);
     p.save();
-    for (const QRect& r : region) {
-        clipTo(p, r);
-        for (const QRect& b : QRegion(r).subtracted(area)) p.fillRect(b, band);
-        if (r.intersects(area)) p.fillRect(r & area, back);
-    }
+    fillPlain(p, region, area, back);
     p.restore();
     const bool standIns = paintDraws(p, form_.surface().draws(), origin_, scale_, region);
     if (form_.border() == Border::None) {
@@ -1117,11 +1107,11 @@ bool FormWindow::paintSurface(QPainter& p, const QRegion& region) {
                                QRect(area.left(), area.bottom() - w + 1, area.width(), w),
                                QRect(area.right() - w + 1, area.top(), w, area.height())};
         p.save();
-        for (int k = 0; k < 4; ++k)
-            for (const QRect& r : region.intersected(edges[k])) {
-                clipTo(p, r);
-                p.fillRect(edges[k], k < 2 ? back.lighter(150) : back.darker(170));
-            }
+        for (int k = 0; k < 4; ++k) {
+            const QColor colour = k < 2 ? back.lighter(150) : back.darker(170);
+            inPieces(p, region.intersected(edges[k]),
+                     [&](const QRect& r) { p.fillRect(r, colour); });
+        }
         p.restore();
     }
     return standIns;
@@ -1261,20 +1251,11 @@ void FormWindow::paintEvent(QPaintEvent* e) {
             fillDirect(*direct, plain.subtracted(feltArea_), back.darker(160));
             copyDirect(*direct, composed_, target.intersected(details_));
         } else {
-            for (const QRect& r : plain.intersected(feltArea_)) {
-                clipTo(p, r);
-                p.fillRect(r, back);
-            }
-            for (const QRect& r : plain.subtracted(feltArea_)) {
-                clipTo(p, r);
-                p.fillRect(r, back.darker(160));
-            }
+            fillPlain(p, plain, feltArea_, back);
             // The composed drawing is opaque and of the buffer's format: copied, not blended.
             p.setCompositionMode(QPainter::CompositionMode_Source);
-            for (const QRect& r : target.intersected(details_)) {
-                clipTo(p, r);
-                p.drawImage(QRectF(r), composed_, QRectF(r));
-            }
+            inPieces(p, target.intersected(details_),
+                     [&](const QRect& r) { p.drawImage(QRectF(r), composed_, QRectF(r)); });
         }
     }
     if (standIns) whenCardsRendered(this, [this] { redrawCards(); });
