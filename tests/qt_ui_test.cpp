@@ -209,13 +209,47 @@ TEST_F(QtUiTest, ANewSizeShowsItsCardsAtOnceAndSharpensThemAfter) {
     ASSERT_TRUE(waitForCards());
     const QImage sharp = window().grab().toImage();
     EXPECT_EQ(differing(sharp), 0);  // then exactly the card of this size
-    // Once the size has settled the table is composed once and copied from then on: same picture.
+    // Once the size has settled the table is composed once and copied from then on: the same
+    // picture, but for the button, which stood in stretched while the size changed.
     ui.waitFor([] { return false; }, ui.now() + 0.6);
-    EXPECT_EQ(window().grab().toImage(), sharp);
+    const QImage settled = window().grab().toImage();
+    const QRect deal = child<QPushButton>("cmdDeal")->geometry();
+    EXPECT_NE(sharp.copy(deal), settled.copy(deal));
+    auto withoutButton = [&](QImage shot) {
+        QPainter(&shot).fillRect(deal, Qt::magenta);
+        return shot;
+    };
+    EXPECT_EQ(withoutButton(settled), withoutButton(sharp));
 
     // Removing the card repaints the felt where it lay.
     form.surface().drawCard(120, 40, 0, 8, 0x008000);
     EXPECT_EQ(window().grab().toImage().pixelColor(377 + 90, 104 + 120), QColor(0, 0x80, 0));
+}
+
+// A control's text drawn before a drag stands in, stretched, on the drag's steps; the window shows
+// it drawn for its size again once the size has settled.
+TEST_F(QtUiTest, AButtonStandsInDuringADragAndIsDrawnAfreshAfter) {
+    setScale2();
+    ui.waitFor([] { return false; }, ui.now() + 0.6);
+    QPushButton* deal = child<QPushButton>("cmdDeal");
+    auto shown = [&] {  // what the window last drew there, without drawing it again
+        QApplication::processEvents();
+        QPaintDevice* buffer = window().backingStore()->paintDevice();
+        EXPECT_EQ(buffer->devType(), QInternal::Image);
+        return static_cast<QImage*>(buffer)
+            ->copy(deal->geometry())
+            .convertToFormat(QImage::Format_RGB32);
+    };
+    window().resize(560, 340);  // a first step draws the button for its new size, and keeps it
+    shown();
+    window().resize(640, 380);  // the next stretches that drawing
+    const QImage during = shown();
+    ui.waitFor([] { return false; }, ui.now() + 0.6);
+    const QImage after = shown();
+    const QImage drawn =
+        window().grab().toImage().copy(deal->geometry()).convertToFormat(QImage::Format_RGB32);
+    EXPECT_NE(during, drawn);
+    EXPECT_EQ(after, drawn);
 }
 
 // Child windows cut what the form paints into many rectangles, and each is drawn on its own: a

@@ -387,25 +387,41 @@ class PictureBoxWidget : public ControlWidget {
     }
 };
 
-// A drawing kept for the paints that follow while what it was drawn from (its key) stays the same.
-// The first paint with a key draws straight onto the target; only a second one with the same key
-// keeps a picture, so what is painted once (a window shown and left alone) costs no memory for it.
-template <typename Key>
+// A drawing kept for the paints that follow while what it shows (its look) and how it is fitted
+// (its fit: size, font, pixel ratio) stay the same. The first paint of a look and fit draws
+// straight onto the target; only a second one keeps a picture, so what is painted once (a window
+// shown and left alone) costs no memory for it. While the window's size changes, a drawing
+// refitted is kept at once, and on the steps that follow it stands in, stretched, for the same look
+// at the new fit: large text is filled as outlines on every paint, which on a large screen costs
+// more than the rest of a drag step.
+template <typename Look, typename Fit>
 class KeptDrawing {
   public:
-    // Paints the drawing for `key` of `logical` size at `at`: `draw` draws it with its top left at
-    // the painter's origin, onto a blank picture when it is kept.
+    // Paints the drawing of `look` at `fit`, of `logical` size, at `at`: `draw` draws it with its
+    // top left at the painter's origin, onto a blank picture when it is kept. With `quick`, returns
+    // true when a stand-in was drawn (it is to be drawn again once the size has settled).
     template <typename Draw>
-    void paint(QPainter& p, QPoint at, const Key& key, QSize logical, double dpr, Draw draw) {
-        if (!(key == key_) || !seen_) {
+    bool paint(QPainter& p, QPoint at, const Look& look, const Fit& fit, QSize logical, double dpr,
+               Draw draw, bool quick) {
+        const bool sameLook = seen_ && look == look_;
+        if (quick && sameLook && !(fit == fit_) && !pixmap_.isNull()) {
+            p.drawPixmap(QRect(at, logical), pixmap_);
+            return true;
+        }
+        if (!sameLook || !(fit == fit_)) {
+            // A drawing refitted while the size changes is kept for the steps that follow.
+            const bool keep = quick && sameLook;
             pixmap_ = QPixmap();
-            key_ = key;
+            look_ = look;
+            fit_ = fit;
             seen_ = true;
-            p.save();
-            p.translate(at);
-            draw(p);
-            p.restore();
-            return;
+            if (!keep) {
+                p.save();
+                p.translate(at);
+                draw(p);
+                p.restore();
+                return false;
+            }
         }
         if (pixmap_.isNull()) {
             pixmap_ = QPixmap((QSizeF(logical) * dpr).toSize());
@@ -415,6 +431,7 @@ class KeptDrawing {
             draw(into);
         }
         p.drawPixmap(at, pixmap_);
+        return false;
     }
     void drop() {
         pixmap_ = QPixmap();
@@ -422,7 +439,8 @@ class KeptDrawing {
     }
 
   private:
-    Key key_{};
+    Look look_{};
+    Fit fit_{};
     bool seen_ = false;
     QPixmap pixmap_;
 };
@@ -465,17 +483,19 @@ class PanelWidget : public ControlWidget {
         const QColor colour = toColor(control_.foreColor());
         const double dpr = devicePixelRatioF();
         const QSize room = inner.size();
-        caption_.paint(p, inner.topLeft(), {text, font().key(), colour.rgba(), room, dpr}, room,
-                       dpr, [&](QPainter& into) {
-                           into.setFont(font());
-                           into.setPen(colour);
-                           into.drawText(QRect(QPoint(), room), Qt::AlignCenter | Qt::TextWordWrap,
-                                         text);
-                       });
+        const bool standIn = caption_.paint(
+            p, inner.topLeft(), {text, colour.rgba()}, {font().key(), room, dpr}, room, dpr,
+            [&](QPainter& into) {
+                into.setFont(font());
+                into.setPen(colour);
+                into.drawText(QRect(QPoint(), room), Qt::AlignCenter | Qt::TextWordWrap, text);
+            },
+            window_.sizeChanging());
+        if (standIn) window_.standInDrawn();
     }
 
-    // Text, font, colour, room, device pixel ratio.
-    KeptDrawing<std::tuple<QString, QString, QRgb, QSize, double>> caption_;
+    // Text and colour; font, room and device pixel ratio.
+    KeptDrawing<std::tuple<QString, QRgb>, std::tuple<QString, QSize, double>> caption_;
 };
 
 class ShapeWidget : public ControlWidget {
@@ -629,25 +649,30 @@ namespace {
 // has changed: a large button with a large caption costs the style far more to draw than to copy.
 class CachedButton : public QPushButton {
   public:
-    using QPushButton::QPushButton;
+    explicit CachedButton(FormWindow& window) : QPushButton(&window), window_(window) {}
 
   protected:
     void paintEvent(QPaintEvent*) override {
         QStyleOptionButton option;
         initStyleOption(&option);
         const double dpr = devicePixelRatioF();
-        const Key key{int(option.state),      int(option.features), option.text,
-                      option.icon.cacheKey(), option.iconSize,      size(),
-                      palette().cacheKey(),   font().key(),         dpr};
+        const Look look{int(option.state), int(option.features), option.text,
+                        option.icon.cacheKey(), palette().cacheKey()};
+        const Fit fit{option.iconSize, size(), font().key(), dpr};
         QPainter p(this);
-        drawing_.paint(p, QPoint(), key, size(), dpr, [&](QPainter& into) {
-            // Set up as a painter on the button itself is: its font, its colours, its direction.
-            into.setFont(font());
-            into.setPen(QPen(palette().brush(foregroundRole()), 1));
-            into.setBackground(palette().brush(backgroundRole()));
-            into.setLayoutDirection(layoutDirection());
-            style()->drawControl(QStyle::CE_PushButton, &option, &into, this);
-        });
+        const bool standIn = drawing_.paint(
+            p, QPoint(), look, fit, size(), dpr,
+            [&](QPainter& into) {
+                // Set up as a painter on the button itself is: its font, its colours, its
+                // direction.
+                into.setFont(font());
+                into.setPen(QPen(palette().brush(foregroundRole()), 1));
+                into.setBackground(palette().brush(backgroundRole()));
+                into.setLayoutDirection(layoutDirection());
+                style()->drawControl(QStyle::CE_PushButton, &option, &into, this);
+            },
+            window_.sizeChanging());
+        if (standIn) window_.standInDrawn();
     }
 
     void hideEvent(QHideEvent* e) override {
@@ -656,9 +681,11 @@ class CachedButton : public QPushButton {
     }
 
   private:
-    // State, features, text, icon, icon size, size, palette, font, device pixel ratio.
-    using Key = std::tuple<int, int, QString, qint64, QSize, QSize, qint64, QString, double>;
-    KeptDrawing<Key> drawing_;
+    // State, features, text, icon, palette; icon size, size, font, device pixel ratio.
+    using Look = std::tuple<int, int, QString, qint64, qint64>;
+    using Fit = std::tuple<QSize, QSize, QString, double>;
+    FormWindow& window_;
+    KeptDrawing<Look, Fit> drawing_;
 };
 
 }  // namespace
@@ -675,7 +702,7 @@ void FormWindow::createViews() {
                 break;
             }
             case ControlKind::CommandButton: {
-                auto* button = new CachedButton(this);
+                auto* button = new CachedButton(*this);
                 button->setAutoDefault(false);
                 connect(button, &QPushButton::clicked, this, [this, c] {
                     if (!ending_) c->fireClick();
