@@ -230,8 +230,10 @@ void inPieces(QPainter& p, const QRegion& region, Draw draw) {
 // Fills the plain parts of a form's drawing within `region`: the form's colour over `felt`, a
 // darker band around it.
 void fillPlain(QPainter& p, const QRegion& region, const QRect& felt, const QColor& back) {
+    p.save();
     inPieces(p, region.intersected(felt), [&](const QRect& r) { p.fillRect(r, back); });
     inPieces(p, region.subtracted(felt), [&](const QRect& r) { p.fillRect(r, back.darker(160)); });
+    p.restore();
 }
 
 // Replays a surface's card drawings within `region`. Each card is a pixmap rendered for the exact
@@ -397,16 +399,18 @@ class PictureBoxWidget : public ControlWidget {
 template <typename Look, typename Fit>
 class KeptDrawing {
   public:
-    // Paints the drawing of `look` at `fit`, of `logical` size, at `at`: `draw` draws it with its
-    // top left at the painter's origin, onto a blank picture when it is kept. With `quick`, returns
-    // true when a stand-in was drawn (it is to be drawn again once the size has settled).
+    // Paints the drawing of `look` at `fit`, of `logical` size, at `at`, in `window`: `draw` draws
+    // it with its top left at the painter's origin, onto a blank picture when it is kept. A
+    // stand-in is reported to the window, which is drawn again once its size has settled.
     template <typename Draw>
-    bool paint(QPainter& p, QPoint at, const Look& look, const Fit& fit, QSize logical, double dpr,
-               Draw draw, bool quick) {
+    void paint(QPainter& p, QPoint at, const Look& look, const Fit& fit, QSize logical, double dpr,
+               FormWindow& window, Draw draw) {
+        const bool quick = window.sizeChanging();
         const bool sameLook = seen_ && look == look_;
         if (quick && sameLook && !(fit == fit_) && !pixmap_.isNull()) {
             p.drawPixmap(QRect(at, logical), pixmap_);
-            return true;
+            window.standInDrawn();
+            return;
         }
         if (!sameLook || !(fit == fit_)) {
             // A drawing refitted while the size changes is kept for the steps that follow.
@@ -420,7 +424,7 @@ class KeptDrawing {
                 p.translate(at);
                 draw(p);
                 p.restore();
-                return false;
+                return;
             }
         }
         if (pixmap_.isNull()) {
@@ -431,7 +435,6 @@ class KeptDrawing {
             draw(into);
         }
         p.drawPixmap(at, pixmap_);
-        return false;
     }
     void drop() {
         pixmap_ = QPixmap();
@@ -483,15 +486,13 @@ class PanelWidget : public ControlWidget {
         const QColor colour = toColor(control_.foreColor());
         const double dpr = devicePixelRatioF();
         const QSize room = inner.size();
-        const bool standIn = caption_.paint(
-            p, inner.topLeft(), {text, colour.rgba()}, {font().key(), room, dpr}, room, dpr,
-            [&](QPainter& into) {
-                into.setFont(font());
-                into.setPen(colour);
-                into.drawText(QRect(QPoint(), room), Qt::AlignCenter | Qt::TextWordWrap, text);
-            },
-            window_.sizeChanging());
-        if (standIn) window_.standInDrawn();
+        caption_.paint(p, inner.topLeft(), {text, colour.rgba()}, {font().key(), room, dpr}, room,
+                       dpr, window_, [&](QPainter& into) {
+                           into.setFont(font());
+                           into.setPen(colour);
+                           into.drawText(QRect(QPoint(), room), Qt::AlignCenter | Qt::TextWordWrap,
+                                         text);
+                       });
     }
 
     // Text and colour; font, room and device pixel ratio.
@@ -660,19 +661,14 @@ class CachedButton : public QPushButton {
                         option.icon.cacheKey(), palette().cacheKey()};
         const Fit fit{option.iconSize, size(), font().key(), dpr};
         QPainter p(this);
-        const bool standIn = drawing_.paint(
-            p, QPoint(), look, fit, size(), dpr,
-            [&](QPainter& into) {
-                // Set up as a painter on the button itself is: its font, its colours, its
-                // direction.
-                into.setFont(font());
-                into.setPen(QPen(palette().brush(foregroundRole()), 1));
-                into.setBackground(palette().brush(backgroundRole()));
-                into.setLayoutDirection(layoutDirection());
-                style()->drawControl(QStyle::CE_PushButton, &option, &into, this);
-            },
-            window_.sizeChanging());
-        if (standIn) window_.standInDrawn();
+        drawing_.paint(p, QPoint(), look, fit, size(), dpr, window_, [&](QPainter& into) {
+            // Set up as a painter on the button itself is: its font, its colours, its direction.
+            into.setFont(font());
+            into.setPen(QPen(palette().brush(foregroundRole()), 1));
+            into.setBackground(palette().brush(backgroundRole()));
+            into.setLayoutDirection(layoutDirection());
+            style()->drawControl(QStyle::CE_PushButton, &option, &into, this);
+        });
     }
 
     void hideEvent(QHideEvent* e) override {
@@ -1121,9 +1117,7 @@ void FormWindow::reserveBuffer() {
 bool FormWindow::paintSurface(QPainter& p, const QRegion& region) {
     const QColor back = toColor(form_.backColor());
     const QRect area = toWindow(0, 0, std::max(1, form_.width()), std::max(1, form_.height()));
-    p.save();
     fillPlain(p, region, area, back);
-    p.restore();
     const bool standIns = paintDraws(p, form_.surface().draws(), origin_, scale_, region);
     if (form_.border() == Border::None) {
         // A window without a frame gets a thin raised edge of its own, so it stands out from what
