@@ -569,12 +569,20 @@ namespace {
 struct BufferMapping {
     std::uintptr_t start = 0, end = 0, used = 0;
 };
-std::optional<BufferMapping> bufferMapping(QWidget& window) {
+// The image a window's buffer is, once Qt has made one. A store is asked for its size first: with
+// scaling on, asking one that has no buffer yet for its paint device crashes inside Qt.
+const QImage* bufferImage(QWidget& window) {
     QBackingStore* store = window.backingStore();
-    QPaintDevice* device = store ? store->paintDevice() : nullptr;
-    if (!device || device->devType() != QInternal::Image) return std::nullopt;
+    if (!store || store->size().isEmpty()) return nullptr;
+    QPaintDevice* device = store->paintDevice();
+    if (!device || device->devType() != QInternal::Image) return nullptr;
     const auto* image = static_cast<const QImage*>(device);
-    if (image->isNull()) return std::nullopt;
+    return image->isNull() ? nullptr : image;
+}
+
+std::optional<BufferMapping> bufferMapping(QWidget& window) {
+    const QImage* image = bufferImage(window);
+    if (!image) return std::nullopt;
     const auto begin = reinterpret_cast<std::uintptr_t>(image->constBits());
     std::FILE* maps = std::fopen("/proc/self/maps", "re");
     if (!maps) return std::nullopt;
@@ -1088,11 +1096,9 @@ void FormWindow::resizeEvent(QResizeEvent*) {
 // image of the buffer's size on the X server's side, and a larger one would cost the server more
 // than it is likely to save.
 void FormWindow::reserveBuffer() {
-    QBackingStore* store = backingStore();
-    QPaintDevice* device = store && isVisible() ? store->paintDevice() : nullptr;
-    if (!device || device->devType() != QInternal::Image) return;
+    const QImage* image = isVisible() ? bufferImage(*this) : nullptr;
+    if (!image) return;
     // The buffer's size is read from the process's map only when Qt may have made a new one.
-    const auto* image = static_cast<const QImage*>(device);
     if (image->constBits() != buffer_.at || !buffer_.known) {
         const auto m = bufferMapping(*this);
         buffer_.at = image->constBits();
@@ -1111,7 +1117,7 @@ void FormWindow::reserveBuffer() {
     sinceResize_.start();
     const bool littleMore = double(need) <= double(buffer_.bytes) * kBufferRoom;
     if (need <= buffer_.bytes || !(stepping || littleMore)) return;
-    store->resize((QSizeF(size()) * kBufferRoom).toSize().boundedTo(largestSize()));
+    backingStore()->resize((QSizeF(size()) * kBufferRoom).toSize().boundedTo(largestSize()));
 }
 
 bool FormWindow::paintSurface(QPainter& p, const QRegion& region) {
