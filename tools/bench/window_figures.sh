@@ -8,6 +8,8 @@
 # 3840x2160 and after a resize to 30000x30000 and back, and the time to the first and last drawing
 # after a resize to an unseen size and after each small step of a drag (one that shrinks the
 # game's table, one that grows every window on every step).
+# For a scaled screen, set QT_SCALE_FACTOR (and the peer's own setting, such as GDK_SCALE for a GTK
+# program) in the environment: every program measured inherits it.
 set -euo pipefail
 build=${1:?build folder}
 peer=${2:-}
@@ -44,7 +46,8 @@ first_size=${WIDTH}x${HEIGHT}
 # xspy stops each program at its first paint seen by the X server.
 declare -A paint rss
 names=(game bare same)
-cmds=("$game" "$bare" "$build/tools/bench/bm_bare_window $first_size")
+# (The size is in device pixels, so that window is not scaled.)
+cmds=("$game" "$bare" "env -u QT_SCALE_FACTOR $build/tools/bench/bm_bare_window $first_size")
 if [[ -n $peer ]]; then names+=(peer); cmds+=("$peer"); fi
 echo "first window $first_size; same = a bare window of that size"
 
