@@ -6,6 +6,7 @@
 #include <QBackingStore>
 #include <QDir>
 #include <QFile>
+#include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QImage>
 #include <QLabel>
@@ -451,6 +452,33 @@ TEST_F(QtUiTest, PicturesSharpenOnceTheSizeSettles) {
     settle();
     EXPECT_EQ(shown(), smooth());
     rt.dispatch([&] { pf.unload(); });
+}
+
+TEST_F(QtUiTest, ALineThatJustFitsItsLabelStaysOneLineAtAnySize) {
+    // A caption as wide as the label holds at the form's own size: glyphs fitted to whole pixels
+    // make text a little wider at some sizes than its proportion, and it must not wrap there.
+    auto* label = child<QLabel>("lblScore");
+    ASSERT_TRUE(label);
+    window().resize(200, 150);
+    QApplication::processEvents();
+    std::string caption = "W";
+    auto fits = [&](const std::string& text) {
+        return QFontMetricsF(label->font(), label)
+                   .horizontalAdvance(QString::fromStdString(text)) <=
+               label->contentsRect().width();
+    };
+    while (fits(caption + "i")) caption += caption.size() % 3 ? "i" : "W";
+    form.score.setCaption(caption);
+    const QString text = QString::fromStdString(caption);
+    for (int w = 150; w <= 700; w += 7) {
+        window().resize(w, w * 3 / 4);
+        QApplication::processEvents();
+        const QFontMetricsF fm(label->font(), label);
+        EXPECT_LE(fm.horizontalAdvance(text), label->contentsRect().width()) << "at width " << w;
+        // Made only a little smaller than its proportion, if at all.
+        const double proportion = 8.25 * 96 / label->logicalDpiY() * w / 200;
+        EXPECT_GT(label->font().pointSizeF(), 0.95 * proportion) << "at width " << w;
+    }
 }
 
 TEST_F(QtUiTest, WindowsOpenInsideTheScreen) {

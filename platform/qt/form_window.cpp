@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QBackingStore>
 #include <QCloseEvent>
+#include <QFontMetricsF>
 #include <QIcon>
 #include <QKeyEvent>
 #include <QLabel>
@@ -40,6 +41,7 @@
 #include "platform/qt/card_painter.h"
 #include "platform/qt/pages.h"
 #include "platform/qt/qt_ui.h"
+#include "platform/qt/screen_room.h"
 #include "platform/runtime.h"
 
 namespace bm::qt {
@@ -183,19 +185,46 @@ QString labelText(const std::string& caption) {
     return out;
 }
 
-QFont fontFor(const FontSpec& style, double scale) {
+// The font of a control drawn at `scale` on a device of `dpi` logical dots per inch.
+QFont fontFor(const FontSpec& style, double scale, double dpi) {
     QFont f(style.serif ? QStringLiteral("DejaVu Serif") : QStringLiteral("DejaVu Sans"));
     f.setStyleHint(style.serif ? QFont::Serif : QFont::SansSerif);
-    // Sizes are points at 96 pixels per inch, the resolution the forms were laid out for; a pixel
-    // size keeps text in proportion to its control whatever the screen's own setting.
-    f.setPixelSize(std::max(1, static_cast<int>(std::lround(style.size * 96.0 / 72.0 * scale))));
+    // Sizes are points at 96 pixels per inch, the resolution the forms were laid out for: text
+    // keeps in proportion to its control whatever the screen's own setting. The size is given in
+    // points at the device's resolution, which comes out at exactly that many pixels; a pixel size
+    // would be a whole logical pixel, more than a device pixel on a scaled screen, and text that
+    // just fits its control at one scale would wrap at another.
+    const double pixels = std::max(1.0, style.size * 96.0 / 72.0 * scale);
+    if (dpi > 0)
+        f.setPointSizeF(pixels * 72.0 / dpi);
+    else
+        f.setPixelSize(static_cast<int>(std::lround(pixels)));
     f.setBold(style.bold);
     f.setItalic(style.italic);
     return f;
 }
 
-// Room left on the screen for a window's frame and title bar, in screen (logical) pixels.
-constexpr int kFrameAllowance = 40;
+// A label laid out for one line keeps its text on one line: text does not widen exactly in
+// proportion to its size (glyphs are fitted to whole pixels), so text that just fits at one scale
+// can be a little too wide at another and would wrap onto a line the label has no room for.
+void fitOneLine(QLabel& label) {
+    const QString text = label.text();
+    if (text.isEmpty() || text.contains(QLatin1Char('\n'))) return;
+    QFont f = label.font();
+    const qreal room = label.contentsRect().width();
+    for (int tries = 0; tries < 3 && room > 0; ++tries) {
+        const QFontMetricsF fm(f, &label);
+        if (label.height() >= 2 * fm.lineSpacing()) return;
+        const qreal wide = fm.horizontalAdvance(text);
+        if (wide <= room) break;
+        if (f.pointSizeF() > 0)
+            f.setPointSizeF(f.pointSizeF() * room / wide * 0.99);
+        else
+            f.setPixelSize(std::max(1, static_cast<int>(f.pixelSize() * room / wide)));
+    }
+    if (f != label.font()) label.setFont(f);
+}
+
 // The least scale of a form in device pixels per form pixel: its smallest text (8 points, about
 // 11 form pixels high) stays at least 8 device pixels high.
 constexpr double kReadableTextPixels = 0.75;
@@ -816,7 +845,7 @@ void FormWindow::apply(View& v) {
     Control& c = *v.control;
     QWidget* w = v.widget;
     w->setGeometry(toWindow(c.left(), c.top(), c.width(), c.height()));
-    w->setFont(fontFor(c.font(), scale_));
+    w->setFont(fontFor(c.font(), scale_, w->logicalDpiY()));
     w->setToolTip(toDisplayLines(c.toolTip()));
     w->setAccessibleName(toQString(c.accessibleName()));
     w->setEnabled(c.enabled());
@@ -825,6 +854,7 @@ void FormWindow::apply(View& v) {
         case ControlKind::Label: {
             auto* label = static_cast<QLabel*>(w);
             label->setText(labelText(c.caption()));
+            fitOneLine(*label);
             Qt::Alignment h = c.alignment() == Align::Center  ? Qt::AlignHCenter
                               : c.alignment() == Align::Right ? Qt::AlignRight
                                                               : Qt::AlignLeft;

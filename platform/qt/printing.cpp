@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "platform/qt/screen_room.h"
+
 namespace bm::qt {
 
 namespace {
@@ -110,7 +112,7 @@ bool printPictureWithDialogs(const PrintJob& job, QWidget* parent, double fontSc
         if (f.pointSizeF() > 0) f.setPointSizeF(f.pointSizeF() * fontScale);
         preview.setFont(f);
     }
-    if (parent) preview.resize(parent->size().expandedTo(QSize(720, 560)));
+    if (parent) preview.resize(onScreen(parent->size().expandedTo(QSize(720, 560)), parent));
     bool printed = true;
     QObject::connect(&preview, &QPrintPreviewDialog::paintRequested, &preview,
                      [&](QPrinter* target) { printed = printPictureTo(*target, job); });

@@ -34,6 +34,7 @@
 #include "platform/form.h"
 #include "platform/qt/form_window.h"
 #include "platform/qt/printing.h"
+#include "platform/qt/screen_room.h"
 #include "platform/qt/sound.h"
 #include "platform/runtime.h"
 
@@ -432,7 +433,8 @@ void QtUi::openHelp(const std::string& file, int command, int context) {
         QObject::connect(browser, &QTextBrowser::forwardAvailable, forward, &QAction::setEnabled);
         layout->addWidget(bar);
         layout->addWidget(browser);
-        dialog->resize((QSizeF(640, 520) * std::max(1.0, referenceScale())).toSize());
+        dialog->resize(
+            onScreen((QSizeF(640, 520) * std::max(1.0, referenceScale())).toSize(), dialog));
         help_.reset(dialog);
     }
     auto* browser = help_->findChild<QTextBrowser*>(QStringLiteral("HelpText"));
