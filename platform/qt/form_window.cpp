@@ -1068,8 +1068,25 @@ void FormWindow::place() {
     } else {
         pos = avail.center() - QPoint(sz.width() / 2, sz.height() / 2);
     }
-    pos.setX(std::max(avail.left(), std::min(pos.x(), avail.right() + 1 - sz.width())));
-    pos.setY(std::max(avail.top(), std::min(pos.y(), avail.bottom() + 1 - sz.height())));
+    // The position is the frame's; the frame is the window manager's, known once a window has
+    // been shown (a framed window not shown yet is taken to get the same as one that has been).
+    auto frameOf = [](const QWidget* w) {
+        const QRect f = w->frameGeometry(), g = w->geometry();
+        return QMargins(g.left() - f.left(), g.top() - f.top(), f.right() - g.right(),
+                        f.bottom() - g.bottom());
+    };
+    QMargins frame = frameOf(this);
+    if (frame.isNull() && !windowFlags().testFlag(Qt::FramelessWindowHint)) {
+        for (const QWidget* w : QApplication::topLevelWidgets()) {
+            if (w != this && !frameOf(w).isNull()) {
+                frame = frameOf(w);
+                break;
+            }
+        }
+    }
+    const QSize outer = sz.grownBy(frame);
+    pos.setX(std::max(avail.left(), std::min(pos.x(), avail.right() + 1 - outer.width())));
+    pos.setY(std::max(avail.top(), std::min(pos.y(), avail.bottom() + 1 - outer.height())));
     move(pos);
     placed_ = true;
     placedLeft_ = form_.left();
