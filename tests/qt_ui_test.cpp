@@ -461,13 +461,14 @@ TEST_F(QtUiTest, ALineThatJustFitsItsLabelStaysOneLineAtAnySize) {
     ASSERT_TRUE(label);
     window().resize(200, 150);
     QApplication::processEvents();
-    std::string caption = "W";
     auto fits = [&](const std::string& text) {
         return QFontMetricsF(label->font(), label)
                    .horizontalAdvance(QString::fromStdString(text)) <=
                label->contentsRect().width();
     };
-    while (fits(caption + "i")) caption += caption.size() % 3 ? "i" : "W";
+    std::string caption = "W";
+    for (std::string longer = caption + "i"; fits(longer); longer += longer.size() % 3 ? "i" : "W")
+        caption = longer;
     form.score.setCaption(caption);
     const QString text = QString::fromStdString(caption);
     for (int w = 150; w <= 700; w += 7) {
