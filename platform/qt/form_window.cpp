@@ -1,5 +1,6 @@
 #include "platform/qt/form_window.h"
 
+#include <sys/mman.h>
 #include <QApplication>
 #include <QBackingStore>
 #include <QCloseEvent>
@@ -26,10 +27,6 @@
 #include <optional>
 #include <tuple>
 #include <utility>
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
-#include <sys/mman.h>
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -662,10 +659,9 @@ FormWindow::FormWindow(QtUi& ui, Form& form)
         // at the sizes passed through, and the buttons keep their own drawings; what the new size
         // needs is drawn again once.
         QPixmapCache::clear();
-#ifdef __GLIBC__
-        // The pictures of the sizes passed through are gone: give their memory back.
-        malloc_trim(0);
-#endif
+        // The pictures of the sizes passed through are gone: their memory goes back unless the
+        // size changes again soon.
+        ui_.trimMemoryLater();
         if (const auto kept = releaseBufferTail(*this))
             buffer_.mapped = std::min(buffer_.mapped, *kept);
         if (std::exchange(standInsDrawn_, false)) update();
@@ -1125,6 +1121,7 @@ QSize FormWindow::largestSize() const {
 }
 
 void FormWindow::resizeEvent(QResizeEvent*) {
+    ui_.sizeChanged();
     // A window manager keeps to the largest size; a resize that bypasses one is taken back.
     if (size() != size().boundedTo(maximumSize())) {
         resize(size().boundedTo(maximumSize()));

@@ -183,6 +183,22 @@ FormWindow* QtUi::window(Form& form, bool create) {
     return raw;
 }
 
+void QtUi::trimMemoryLater() {
+#ifdef __GLIBC__
+    if (!trimTimer_) {
+        trimTimer_ = std::make_unique<QTimer>();
+        trimTimer_->setSingleShot(true);
+        trimTimer_->setInterval(1000);
+        QObject::connect(trimTimer_.get(), &QTimer::timeout, [] { malloc_trim(0); });
+    }
+    trimTimer_->start();
+#endif
+}
+
+void QtUi::sizeChanged() {
+    if (trimTimer_) trimTimer_->stop();
+}
+
 double QtUi::referenceScale() const {
     if (main_) return main_->scale();
     const QScreen* sc = QGuiApplication::primaryScreen();

@@ -70,6 +70,11 @@ class QtUi : public Ui {
     // screen comes decoded at the screen's size, with its own size as its device-independent size.
     QPixmap picture(const std::string& path);
     bool ending() const { return ending_; }
+    // Gives the memory freed by now back to the system a second from now, unless a window's size
+    // changes first (`sizeChanged`): pages given back come back blank, and a drag in progress
+    // would pay a fault for each as it writes them again.
+    void trimMemoryLater();
+    void sizeChanged();
 
   private:
     struct PictureEntry;
@@ -85,6 +90,7 @@ class QtUi : public Ui {
     std::unique_ptr<SoundPlayer> sound_;
     std::unique_ptr<PictureCache> pictures_;
     std::unique_ptr<QWidget> help_;
+    std::unique_ptr<QTimer> trimTimer_;
     FormWindow* main_ = nullptr;
     Runtime* runtime_ = nullptr;
     bool ending_ = false;
