@@ -192,10 +192,7 @@ QFont fontFor(const FontSpec& style, double scale, double dpi) {
     // would be a whole logical pixel, more than a device pixel on a scaled screen, and text that
     // just fits its control at one scale would wrap at another.
     const double pixels = std::max(1.0, style.size * 96.0 / 72.0 * scale);
-    if (dpi > 0)
-        f.setPointSizeF(pixels * 72.0 / dpi);
-    else
-        f.setPixelSize(static_cast<int>(std::lround(pixels)));
+    f.setPointSizeF(pixels * 72.0 / (dpi > 0 ? dpi : 96.0));
     f.setBold(style.bold);
     f.setItalic(style.italic);
     return f;
@@ -214,10 +211,7 @@ void fitOneLine(QLabel& label) {
         if (label.height() >= 2 * fm.lineSpacing()) return;
         const qreal wide = fm.horizontalAdvance(text);
         if (wide <= room) break;
-        if (f.pointSizeF() > 0)
-            f.setPointSizeF(f.pointSizeF() * room / wide * 0.99);
-        else
-            f.setPixelSize(std::max(1, static_cast<int>(f.pixelSize() * room / wide)));
+        f.setPointSizeF(f.pointSizeF() * room / wide * 0.99);
     }
     if (f != label.font()) label.setFont(f);
 }
@@ -1074,10 +1068,9 @@ void FormWindow::place() {
     QMargins frame = frameOf(this);
     if (frame.isNull() && !windowFlags().testFlag(Qt::FramelessWindowHint)) {
         for (const QWidget* w : QApplication::topLevelWidgets()) {
-            if (w != this && !frameOf(w).isNull()) {
-                frame = frameOf(w);
-                break;
-            }
+            if (w == this) continue;
+            frame = frameOf(w);
+            if (!frame.isNull()) break;
         }
     }
     const QSize outer = sz.grownBy(frame);
