@@ -401,6 +401,24 @@ TEST(Pages, AMappedInImageIsDrawnWithoutPageFaults) {
     EXPECT_LT(mapped, fresh / 4 + 10) << "fresh memory took " << fresh << " faults";
 }
 
+// Mapping in memory that already holds a drawing (the part of a window's buffer a larger window
+// takes back) leaves every byte of it as it was, whether one thread does it or two share it.
+TEST(Pages, MappingInKeepsWhatTheMemoryHolds) {
+    for (const int side : {200, 1024}) {  // 160 kB, and 4 MB (shared out between two threads)
+        QImage image(side, side, QImage::Format_ARGB32_Premultiplied);
+        for (int y = 0; y < side; ++y) {
+            auto* row = reinterpret_cast<quint32*>(image.scanLine(y));
+            for (int x = 0; x < side; ++x) row[x] = quint32(y) * 2654435761u ^ quint32(x);
+        }
+        const QImage before = image.copy();
+        if (!bm::qt::mapIn(image)) GTEST_SKIP() << "this kernel cannot map memory in ahead";
+        EXPECT_EQ(image, before) << side << " px";
+        // A range that starts and ends inside pages is mapped in whole, around its ends too.
+        EXPECT_TRUE(bm::qt::mapIn(image.constBits() + 100, std::size_t(image.sizeInBytes()) - 200));
+        EXPECT_EQ(image, before) << side << " px";
+    }
+}
+
 // While a window's size changes, a picture is drawn quickly from its copy at the last size; once
 // the size has settled it is drawn smoothly scaled for the new size.
 TEST_F(QtUiTest, PicturesSharpenOnceTheSizeSettles) {
