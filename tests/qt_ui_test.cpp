@@ -413,7 +413,7 @@ TEST(Pages, MappingInKeepsWhatTheMemoryHolds) {
         const QImage before = image.copy();
         if (!bm::qt::mapIn(image)) GTEST_SKIP() << "this kernel cannot map memory in ahead";
         EXPECT_EQ(image, before) << side << " px";
-        // A range that starts and ends inside pages is mapped in whole, around its ends too.
+        // A range that starts and ends inside pages is mapped in, and its bytes kept, too.
         EXPECT_TRUE(bm::qt::mapIn(image.constBits() + 100, std::size_t(image.sizeInBytes()) - 200));
         EXPECT_EQ(image, before) << side << " px";
     }
