@@ -10,6 +10,11 @@
 # game's table, one that grows every window on every step).
 # For a scaled screen, set QT_SCALE_FACTOR (and the peer's own setting, such as GDK_SCALE for a GTK
 # program) in the environment: every program measured inherits it.
+# An X server like Xvfb resets when its last client leaves: it frees its screen's memory and forks
+# to compile its keymap again, and the next program then pays for fresh server memory in
+# proportion to its window's area. A desktop's X server never resets (its window manager stays
+# connected), so a connection is held open for the whole run; RESETS=1 lets the server reset
+# between programs instead.
 set -euo pipefail
 build=${1:?build folder}
 peer=${2:-}
@@ -19,6 +24,13 @@ phases=${PHASES:-start memory resize}  # any of them, to measure a part
 game=$build/bin/brindlemoor
 table="$build/tools/bench/bm_bench_startup --table"
 bare=$tools/bareqt
+
+if [[ ${RESETS:-0} != 1 ]]; then
+    xdotool sleep 1000000 &  # xdotool connects first, then sleeps
+    holder=$!
+    trap 'kill $holder 2> /dev/null || true' EXIT
+    sleep 0.5
+fi
 
 median() { sort -n | awk '{a[NR]=$1} END {if (NR) print a[int((NR+1)/2)]; else print "-"}'; }
 rss_kb() { awk '/VmRSS/ {print $2}' "/proc/$1/status"; }
