@@ -1,5 +1,7 @@
 #include "forms/tarnhisc.h"
 
+#include <cmath>
+
 #include "forms/random_picture.h"
 #include "platform/errors.h"
 #include "platform/runtime.h"
@@ -122,7 +124,9 @@ void Tarnhisc::Form_Load() {
         int32_t score = game_.state.score.Score;
         h.NewHighPos = 5;
         for (int16_t k = 1; k <= 4; ++k) {
-            if (score > clng(h.HighScores[static_cast<size_t>(k - 1)])) {
+            // Rounded half to even, as a conversion to a whole number does; kept as a double, so
+            // an edited file's score beyond the 32-bit range still ranks instead of overflowing.
+            if (score > std::nearbyint(h.HighScores[static_cast<size_t>(k - 1)])) {
                 h.NewHighPos = k;
                 break;
             }

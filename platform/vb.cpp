@@ -45,7 +45,7 @@ std::string formatNumber(double value, std::string_view pattern) {
     double rounded = std::round(value);  // half away from zero, as number formats do
     if (rounded == 0.0) return zeroShows ? "0" : "";
     bool negative = rounded < 0;
-    char digits[64];
+    char digits[320];  // the largest double has 309 digits
     std::snprintf(digits, sizeof digits, "%.0f", std::fabs(rounded));
     std::string out;
     size_t n = std::strlen(digits);

@@ -182,6 +182,24 @@ TEST_F(HighScoreForm, StoredScoresAreRoundedBeforeComparing) {
     EXPECT_EQ(high().NewHighPos, 2);
 }
 
+TEST_F(HighScoreForm, HugeStoredScoresFromAnEditedFileRankAndShowInFull) {
+    // A six-character score field can hold far more than a 32-bit score ("9e9", "1e+300"); the
+    // new score still ranks below it and is saved.
+    setTable({1e300, 9e9, 800, 700, 600}, {"A", "B", "C", "D", "E"}, 0);
+    open(1, 1000);
+    EXPECT_EQ(high().NewHighPos, 3);
+    EXPECT_EQ(form().LbHiS[1].caption(), "9,000,000,000");
+    const std::string& huge = form().LbHiS[0].caption();
+    EXPECT_EQ(huge.size(), 301u + 100u);  // 301 digits, grouped in threes
+    EXPECT_EQ(huge.substr(0, 6), "1,000,");
+    type("new");
+    pressEnter();
+    expectHandedBack();
+    ASSERT_EQ(records().size(), 5u);
+    EXPECT_EQ(records()[2].score, " 1000 ");
+    EXPECT_EQ(records()[2].name, "NEW       ");
+}
+
 TEST_F(HighScoreForm, ShowModeClosesItselfAfterFiveSecondsWithoutWriting) {
     setTable({900, 800, 0, 0, 0}, {"ANN", "BEN", "No Name", "No Name", "No Name"}, 3);
     storage::ScoreTable onDisk = storage::defaultScoreTable();
