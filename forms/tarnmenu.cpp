@@ -187,12 +187,12 @@ void Tarnmenu::Form_Activate() {
 }
 
 void Tarnmenu::Form_KeyDown(int& keyCode, int shift) {
+    // F10 and Alt combinations go first, so Alt+F1 does nothing either.
+    swallowMenuKeys(keyCode, shift);
     if (keyCode == key::kF1) {
         keyCode = 0;
         CmdHelp_Click();
-        return;
     }
-    swallowMenuKeys(keyCode, shift);
 }
 
 void Tarnmenu::startAction() {

@@ -373,6 +373,7 @@ TEST_F(MenuTest, HelpOpensAtContextOneAndF10AndAltAreSwallowed) {
     EXPECT_EQ(menu().fireKeyDown(key::kF10, 0), 0);
     EXPECT_EQ(menu().fireKeyDown('S', shift::kAlt), 0);
     EXPECT_EQ(menu().fireKeyDown('X', shift::kAlt | shift::kShift), 0);
+    EXPECT_EQ(menu().fireKeyDown(key::kF1, shift::kAlt), 0);
     EXPECT_EQ(menu().fireKeyDown('S', 0), 'S');
     EXPECT_EQ(t.ui.helpOpened.size(), 2u);
     EXPECT_TRUE(menu().visible());
