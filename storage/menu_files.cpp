@@ -1,5 +1,7 @@
 #include "storage/menu_files.h"
 
+#include <algorithm>
+
 #include "platform/vb.h"
 
 namespace bm::storage {
@@ -13,7 +15,9 @@ std::string fixed(std::string_view text, size_t length, char pad) {
 }  // namespace
 
 std::optional<PlayerName> parseNameRecord(std::string_view record) {
-    // A short file reads as if padded with blanks.
+    // A short file reads as if padded with blanks: the record read from it is filled up with zero
+    // bytes, which end the text.
+    record = record.substr(0, std::min(record.find('\0'), kNameRecordLength));
     const std::string field = trim(fixed(record, kNameRecordLength, ' '));
     const size_t at = field.find('@');
     if (at == std::string::npos) return std::nullopt;

@@ -21,6 +21,10 @@ TEST(MenuFiles, TheNameRecordSplitsAtItsFirstAtWithinFortyBytes) {
     ASSERT_TRUE(name);
     EXPECT_EQ(name->firstName, "Al");
     EXPECT_EQ(name->showTitle, "Al@home");
+    // A short file's record comes filled up with zero bytes.
+    name = parseNameRecord(std::string("Wenna@'s") + std::string(32, '\0'));
+    ASSERT_TRUE(name);
+    EXPECT_EQ(name->showTitle, "Wenna's");
     // Only the 40 bytes of record 1 count: an "@" beyond them is not seen.
     EXPECT_FALSE(parseNameRecord(std::string(40, 'x') + "@"));
     EXPECT_FALSE(parseNameRecord(""));
