@@ -51,6 +51,7 @@ TEST_F(QtMenuTest, StartGameOpensTheTableAndClosingItComesBackOnExitGame) {
     ASSERT_TRUE(start);
     EXPECT_EQ(start->accessibleName(), "Start Game");
     EXPECT_TRUE(waitUntil([&] { return start->hasFocus(); }, 5));
+    const QSize menuSize = menu->size();
 
     QTest::mouseClick(start, Qt::LeftButton);
     bm::Brindle& table = program->brindle();
@@ -65,11 +66,15 @@ TEST_F(QtMenuTest, StartGameOpensTheTableAndClosingItComesBackOnExitGame) {
     EXPECT_TRUE(!menu || !menu->isVisible());
     EXPECT_FALSE(rt->ended());
 
+    // The player makes the table as small as it goes: the menu that comes back keeps its size.
+    tableWindow->resize(tableWindow->minimumSize());
+    ASSERT_TRUE(waitUntil([&] { return tableWindow->size() == tableWindow->minimumSize(); }, 5));
     tableWindow->close();
     ASSERT_TRUE(waitUntil([&] { return program->tarnmenu().visible(); }, 5));
     menu = windowOf(program->tarnmenu());
     ASSERT_TRUE(menu);
     EXPECT_TRUE(menu->isVisible());
+    EXPECT_EQ(menu->size(), menuSize);
     QPushButton* exit = menuButton("CmdExit");
     ASSERT_TRUE(exit);
     EXPECT_TRUE(waitUntil([&] { return exit->hasFocus(); }, 5));

@@ -200,11 +200,15 @@ void QtUi::sizeChanged() {
 }
 
 double QtUi::referenceScale() const {
-    if (main_) return main_->scale();
     const QScreen* sc = QGuiApplication::primaryScreen();
-    if (!sc) return 1.0;
     // Quarter steps of the screen's height over 800 pixels, never below 1.
-    return std::max(1.0, std::round(sc->availableGeometry().height() / 800.0 * 4) / 4);
+    const double screen =
+        sc ? std::max(1.0, std::round(sc->availableGeometry().height() / 800.0 * 4) / 4) : 1.0;
+    // While the main window's form is loaded, the forms shown over it follow its scale, so they
+    // match it; but a main window the player has made small leaves them no smaller than the
+    // screen's own scale, and once it has gone the other forms take that scale again.
+    if (main_ && main_->form().loaded()) return std::max(screen, main_->scale());
+    return screen;
 }
 
 void QtUi::formChanged(Form& form) {
