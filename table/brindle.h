@@ -158,6 +158,7 @@ class Brindle : public Form {
     void updateMarks();
     // Starts working out, away from the player, the best score the round's deal allowed.
     void startBestPossible();
+    void clearBestPossible();
 
     Game& game_;
     std::array<int16_t, 52> dealtDeck_{};  // the round's deal as dealt

@@ -260,6 +260,14 @@ void Brindle::requestHint() {
         });
 }
 
+void Brindle::clearBestPossible() {
+    // The last game's figure says nothing about the new one; an answer still on its way is
+    // dropped.
+    ++bestSerial_;
+    LbBestCaption.setCaption("");
+    LbBest.setCaption("");
+}
+
 void Brindle::startBestPossible() {
     if (!roundStarted_) roundStartScore_ = g_.score.Score;
     roundStarted_ = false;

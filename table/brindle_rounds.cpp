@@ -110,6 +110,7 @@ void Brindle::afterBonus(RoundEndSource source) {
             activate();
             break;
         default:  // game over: a new game
+            clearBestPossible();
             subShowAttScreen(source == RoundEndSource::Button ? "Get ready" : "Get ready...");
             subNewRound();
             cmdtakescore.setCaption("Take Score");

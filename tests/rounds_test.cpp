@@ -265,8 +265,11 @@ TEST(Rounds, GameOverWithoutAHighScoreShowsTheTableAndANewGameFollows) {
     t.ui.advance(6);  // the shown table closes by itself
     EXPECT_FALSE(t.game->tarnhisc().visible());
     EXPECT_TRUE(b.enabled());
+    EXPECT_EQ(b.LbBestCaption.caption(), "BEST POSSIBLE");
 
-    t.clickTakeScore();  // "New Game"
+    t.clickTakeScore();  // "New Game": the last game's best possible score goes
+    EXPECT_EQ(b.LbBestCaption.caption(), "");
+    EXPECT_EQ(b.LbBest.caption(), "");
     t.ui.advance(8);
     EXPECT_EQ(s.RoundState, 0);
     EXPECT_EQ(s.Score, 2500);
