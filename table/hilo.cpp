@@ -56,7 +56,8 @@ void HiLo::design() {
     // The card space takes the left part of the form: 71 by 96 pixels at (28, 15).
     LbGamble.move(114, 10, 176, 60);
     LbGamble.setCaption(
-        "Double your score? Press Double, then call High or Low while the cards flicker.");
+        "Press Double, then call High or Low as the cards flicker. Right: score up by half. "
+        "Wrong: score halved.");
     LbGamble.setTransparent(true);
     LbGamble.setForeColor(kCream);
     LbGamble.setFont({9, true, false, false});
@@ -165,7 +166,15 @@ void HiLo::Timer2_Timer() {
     if (!CmdHigh.enabled()) {
         CmdHigh.setEnabled(true);
         CmdLow.setEnabled(true);
+        focusACall();
     }
+}
+
+void HiLo::focusACall() {
+    // The focus leaves the disabled Double button for High, so that a player at the keyboard can
+    // call at once; a call button the player already chose keeps it.
+    const Control* at = focusedControl();
+    if (CmdHigh.enabled() && at != &CmdHigh && at != &CmdLow) CmdHigh.setFocus();
 }
 
 void HiLo::CmdDouble_Click() {
@@ -181,6 +190,7 @@ void HiLo::CmdDouble_Click() {
         CmdHigh.setEnabled(false);
         CmdLow.setEnabled(false);
     }
+    focusACall();
     Timer2.setEnabled(true);
     // The calls arrive as events while this waits. The form may also be closed meanwhile (say by
     // its window's close box): then this offer is over and nothing is settled.

@@ -41,6 +41,7 @@ class HiLo : public Form {
 
   private:
     void design() override;
+    void focusACall();
     Game& game_;
     // Counts the loads, so a handler that waited across an unload knows its form has gone.
     int loadSerial_ = 0;

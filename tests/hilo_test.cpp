@@ -105,6 +105,7 @@ TEST_F(HiLoGame, AWinAddsHalfTheScoreAndALossHalvesIt) {
         SCOPED_TRACE(std::to_string(c.score) + (c.call == kHigh ? " high" : " low"));
         rebase();
         score().Score = c.score;
+        at(0.15, [&] { EXPECT_EQ(t.ui.focused, &hilo().CmdHigh); });  // Double has let it go
         gamble(0, 10, 40, 1, c.call);
         EXPECT_LT(elapsed(), 0.5);
         EXPECT_FALSE(hilo().loaded());
@@ -161,6 +162,8 @@ TEST_F(HiLoGame, WithTheTitleShiftedTheCallWaitsForTheFirstCard) {
         hilo().CmdHigh.fireClick();  // ignored: no card shows yet
     });
     at(0.25, [&] { EXPECT_TRUE(hilo().loaded()); });
+    // Once the first card opens the calls, the focus is on High, ready for the keyboard.
+    at(0.32, [&] { EXPECT_EQ(t.ui.focused, &hilo().CmdHigh); });
     gamble(1, 10, 40, 1, kLow);  // the low card 11 shows: a low call wins
     EXPECT_EQ(score().Score, 15000);
 }
