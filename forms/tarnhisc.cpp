@@ -1,5 +1,6 @@
 #include "forms/tarnhisc.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "forms/random_picture.h"
@@ -29,6 +30,8 @@ constexpr int kEntryPictureTop = 212;
 constexpr int kShowPictureTop = 152;
 constexpr int kPictureLeft = 130;
 constexpr int kPictureWidth = 217;
+constexpr int kPictureMargin = 12;     // below the picture
+constexpr int kMostExtraHeight = 160;  // that a tall picture may add to the form
 
 // Left edges of the row-number, score and name columns.
 struct Columns {
@@ -161,6 +164,14 @@ void Tarnhisc::Form_Load() {
 
     try {
         ShowRandomPicture(game_, Image1, kPictureLeft, kPictureWidth);
+        // A picture taller than the room below the rows makes the form taller, up to a limit
+        // (beyond it the picture's foot is cut off), and the form is centred again.
+        const int base = entry ? kEntryHeight : kShowHeight;
+        const int needed = Image1.top() + Image1.height() + kPictureMargin;
+        if (needed > base) {
+            setSize(kFormWidth, std::min(needed, base + kMostExtraHeight));
+            centerOnScreen(1);
+        }
     } catch (const RuntimeError& e) {
         // Goes on without the picture, stops the opening here, or ends the program.
         handlePictureError(game_, e);

@@ -287,6 +287,32 @@ TEST_F(HighScoreForm, ReadOnlyFolderKeepsTheOldFile) {
     EXPECT_EQ(g.readFile(storage::kScoresFile), before);
 }
 
+TEST_F(HighScoreForm, ATallPictureMakesTheFormTallerInBothModes) {
+    // Every listed picture gets the given size, so whichever is drawn has it.
+    auto onlyPicture = [&](int width, int height) {
+        for (const auto& f : fs::directory_iterator(g.path("images")))
+            if (f.path().extension() != ".log") test::writeBmp(f.path().string(), width, height);
+    };
+    setTable({900, 800, 700, 600, 500}, {"A", "B", "C", "D", "E"}, 0);
+    for (int entry : {1, 0}) {
+        SCOPED_TRACE(entry ? "entry" : "show");
+        // 225 x 300 is fitted to 217 x 289: it needs more room than the form's usual height.
+        onlyPicture(225, 300);
+        load(static_cast<int16_t>(entry), 950);
+        ASSERT_TRUE(form().loaded());
+        const int bottom = form().Image1.top() + form().Image1.height();
+        EXPECT_EQ(form().Image1.height(), 289);
+        EXPECT_GT(form().height(), bottom);
+        EXPECT_LT(form().height(), bottom + 20);
+        g.rt->dispatch([&] { form().unload(); });
+        // A picture of no realistic shape is cut off rather than stretching the form further.
+        onlyPicture(230, 3000);
+        load(static_cast<int16_t>(entry), 950);
+        EXPECT_LT(form().height(), 700);
+        g.rt->dispatch([&] { form().unload(); });
+    }
+}
+
 TEST_F(HighScoreForm, CorruptPictureIsReportedAndTheEntryGoesOn) {
     // Every listed picture is broken, so whichever is drawn fails as "not a picture".
     for (const auto& f : fs::directory_iterator(g.path("images")))
