@@ -3,6 +3,7 @@
 #include <cmath>
 #include <vector>
 
+#include "platform/errors.h"
 #include "platform/files.h"
 #include "platform/vb.h"
 
@@ -46,7 +47,39 @@ ScoreTable readScoreTable(const std::string& path) {
     return parseScoreTable(file.getFirst(kScoreRecords));
 }
 
+namespace {
+
+// Whether the bytes of a score file that does not read as a table still hold a score in some
+// record, which a new table would otherwise replace for good.
+bool holdsAScore(std::string_view bytes) {
+    for (size_t at = 0; at < bytes.size() && at < kScoreRecords * kScoreRecordLength;
+         at += kScoreRecordLength) {
+        try {
+            if (toNumber(trim(splitScoreRecord(bytes.substr(at)).score)) != 0) return true;
+        } catch (const RuntimeError&) {
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
 void writeScoreTable(const std::string& path, const ScoreTable& table) {
+    // The game fell back to the default table when the file did not read as one (damaged, cut
+    // short or edited by hand). Before a new table replaces it, its bytes are kept beside it, so
+    // scores it still holds can be recovered; when that copy cannot be made the table is written
+    // all the same.
+    const std::string old = readFileBytes(path, 1 << 20);
+    if (!old.empty() && holdsAScore(old)) {
+        try {
+            parseScoreTable(old);
+        } catch (const RuntimeError&) {
+            try {
+                writeFileAtomically(path + kDamagedSuffix, old);
+            } catch (const RuntimeError&) {
+            }
+        }
+    }
     RecordFile file(path, kScoreRecordLength);
     std::vector<std::string> records;
     for (int k = 0; k < kScoreRecords; ++k)

@@ -39,7 +39,11 @@ ScoreTable parseScoreTable(std::string_view fileBytes);
 // the defaults), and so does anything under the name that is not a regular file; other file errors
 // raise their own numbers. Only the five records are read, however long the file is.
 ScoreTable readScoreTable(const std::string& path);
-// Writes all five records in one replacement of the file.
+// Where a score file that does not read as a table is kept, beside it, when a new table replaces
+// it.
+constexpr const char* kDamagedSuffix = ".damaged";
+// Writes all five records in one replacement of the file. A file there that does not read as a
+// table but still holds a score is first copied to `path` + kDamagedSuffix.
 void writeScoreTable(const std::string& path, const ScoreTable& table);
 // Rewrites record 1 only, keeping records 2 to 5 as they are.
 void writeBestRecord(const std::string& path, double score, int16_t bestRun, std::string_view name);

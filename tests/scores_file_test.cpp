@@ -133,6 +133,31 @@ TEST(ScoresFile, BestRecordRewriteKeepsTheOtherRecords) {
     EXPECT_EQ(fileLen(path), 48);
 }
 
+TEST(ScoresFile, ANewTableKeepsADamagedFileThatStillHoldsScoresBesideIt) {
+    TestGame t;
+    std::string path = t.path("Scores.log");
+    const std::string damaged = path + storage::kDamagedSuffix;
+    storage::ScoreTable table = storage::defaultScoreTable();
+    table.scores[0] = 2500;
+    // Cut short after two good records: the game played with the default table, and the table
+    // it writes next would be all that is left of 3,000 and 2,000.
+    const std::string cut = record(" 3000 ", " 2", "BOB       ") +
+                            record(" 2000 ", " 2", "AL        ") + record(" 10", "", "");
+    t.writeFile("Scores.log", cut.substr(0, 100));
+    storage::writeScoreTable(path, table);
+    EXPECT_EQ(t.readFile("Scores.log" + std::string(storage::kDamagedSuffix)), cut.substr(0, 100));
+    EXPECT_DOUBLE_EQ(storage::readScoreTable(path).scores[0], 2500);
+
+    // A good table, and the one-record file the best run leaves after the scores were erased, hold
+    // nothing the new table loses: no copy is made.
+    std::filesystem::remove(damaged);
+    storage::writeScoreTable(path, table);
+    t.writeFile("Scores.log", "");
+    storage::writeBestRecord(path, 0, 3, "No Name");
+    storage::writeScoreTable(path, table);
+    EXPECT_FALSE(std::filesystem::exists(damaged));
+}
+
 TEST(ScoresFile, AWriteThatFailsHalfWayLeavesThePreviousTableAndNoTemporaryFile) {
     TestGame t;
     std::string path = t.path("Scores.log");
