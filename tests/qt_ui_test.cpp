@@ -500,6 +500,51 @@ TEST_F(QtUiTest, ALineThatJustFitsItsLabelStaysOneLineAtAnySize) {
     }
 }
 
+TEST_F(QtUiTest, TextTooLongForItsControlIsMadeSmallerToFit) {
+    window().resize(200, 150);  // the form at its own size
+    QApplication::processEvents();
+    auto* label = child<QLabel>("lblScore");
+    auto* button = child<QPushButton>("cmdDeal");
+    ASSERT_TRUE(label && button);
+    const qreal labelPoints = label->font().pointSizeF();
+    const qreal buttonPoints = button->font().pointSizeF();
+    auto wide = [](const QWidget* w, const QString& text) {
+        return QFontMetricsF(w->font(), w).horizontalAdvance(text);
+    };
+    auto wrapped = [](const QLabel* l) {
+        return QFontMetricsF(l->font(), l)
+            .boundingRect(QRectF(l->contentsRect()), Qt::TextWordWrap, l->text())
+            .size();
+    };
+
+    // A long name on one line: smaller, by at most half, and then it fits.
+    form.score.setCaption("Bartholomew-Maximilian");
+    form.deal.setCaption("Bartholo&mew");
+    QApplication::processEvents();
+    EXPECT_LT(label->font().pointSizeF(), labelPoints);
+    EXPECT_GE(label->font().pointSizeF(), labelPoints / 2);
+    EXPECT_LE(wide(label, "Bartholomew-Maximilian"), label->contentsRect().width());
+    EXPECT_LT(button->font().pointSizeF(), buttonPoints);
+    EXPECT_LE(wide(button, "Bartholomew"), button->width() - 4);
+
+    // A label with room for lines wraps words before it shrinks; a word too long for a line
+    // shrinks it until every line, and all the lines, fit.
+    form.score.move(10, 10, 60, 50);
+    form.score.setCaption("Take cards in runs");
+    QApplication::processEvents();
+    EXPECT_DOUBLE_EQ(label->font().pointSizeF(), labelPoints);
+    form.score.setCaption("Maximilian-Bartholomew's pictures");
+    QApplication::processEvents();
+    EXPECT_LT(label->font().pointSizeF(), labelPoints);
+    EXPECT_LE(wrapped(label).width(), label->contentsRect().width());
+    EXPECT_LE(wrapped(label).height(), label->contentsRect().height());
+
+    // Short text again gets the form's own size back.
+    form.deal.setCaption("&Deal");
+    QApplication::processEvents();
+    EXPECT_DOUBLE_EQ(button->font().pointSizeF(), buttonPoints);
+}
+
 TEST_F(QtUiTest, WindowsOpenInsideTheScreen) {
     struct BigForm : bm::Form {
         bm::Label text{*this, "lblText"};

@@ -198,22 +198,62 @@ QFont fontFor(const FontSpec& style, double scale, double dpi) {
     return f;
 }
 
-// A label laid out for one line keeps its text on one line: text does not widen exactly in
-// proportion to its size (glyphs are fitted to whole pixels), so text that just fits at one scale
-// can be a little too wide at another and would wrap onto a line the label has no room for.
-void fitOneLine(QLabel& label) {
-    const QString text = label.text();
-    if (text.isEmpty() || text.contains(QLatin1Char('\n'))) return;
-    QFont f = label.font();
-    const qreal room = label.contentsRect().width();
-    for (int tries = 0; tries < 3 && room > 0; ++tries) {
-        const QFontMetricsF fm(f, &label);
-        if (label.height() >= 2 * fm.lineSpacing()) return;
-        const qreal wide = fm.horizontalAdvance(text);
-        if (wide <= room) break;
-        f.setPointSizeF(f.pointSizeF() * room / wide * 0.99);
+// Text that does not fit its control at the control's own font is made smaller until it does, by
+// at most half: a long name on a button or in a title, or a word too long to wrap. A label laid out
+// for one line also keeps its text on one line: text does not widen exactly in proportion to its
+// size (glyphs are fitted to whole pixels), so text that just fits at one scale can be a little too
+// wide at another and would wrap onto a line the label has no room for.
+constexpr double kLeastTextShrink = 0.5;
+
+// The size of `text` set in `font` within `room` wide, wrapped at word boundaries when `wrap` is
+// set; a word too long for the room sticks out, and so widens the result.
+QSizeF textExtent(const QFont& font, const QWidget& widget, const QString& text, qreal room,
+                  bool wrap) {
+    const QFontMetricsF fm(font, &widget);
+    if (!wrap) return {fm.horizontalAdvance(text), fm.lineSpacing()};
+    return fm.boundingRect(QRectF(0, 0, room, 1e6), Qt::TextWordWrap, text).size();
+}
+
+void fitText(QWidget& widget, const QString& text, QSizeF room, bool wrap) {
+    if (text.isEmpty() || room.width() <= 0 || room.height() <= 0) return;
+    QFont f = widget.font();
+    const qreal least = f.pointSizeF() * kLeastTextShrink;
+    for (int tries = 0; tries < 4; ++tries) {
+        const QSizeF one = textExtent(f, widget, text, room.width(), false);
+        // One line fits: nothing to do, whether or not the control could wrap. (A control lower
+        // than a line of its text is the form's design, and shows the text as it always has.)
+        if (one.width() <= room.width()) break;
+        // A label with room for two lines or more may wrap, as long as the lines fit.
+        const bool mayWrap = wrap && room.height() >= 2 * one.height();
+        const QSizeF wrapped = mayWrap ? textExtent(f, widget, text, room.width(), true) : one;
+        if (mayWrap && wrapped.width() <= room.width() && wrapped.height() <= room.height()) break;
+        // Wrapped text shrinks in both directions at once, so its area ratio needs a square root.
+        const qreal wide = room.width() / std::max<qreal>(1, wrapped.width());
+        const qreal high = room.height() / std::max<qreal>(1, wrapped.height());
+        const qreal by =
+            mayWrap ? std::sqrt(std::min(wide, 1.0) * std::min(high, 1.0)) : std::min(wide, 1.0);
+        const qreal next = std::max(least, f.pointSizeF() * by * 0.99);
+        if (next >= f.pointSizeF()) break;
+        f.setPointSizeF(next);
     }
-    if (f != label.font()) label.setFont(f);
+    if (f != widget.font()) widget.setFont(f);
+}
+
+void fitLabel(QLabel& label) {
+    QString text = label.text();
+    if (text.contains(QLatin1Char('\n'))) return;  // laid out line by line by the game
+    fitText(label, text, label.contentsRect().size(), label.wordWrap());
+}
+
+// A button's caption on one line between the frame's margins; its mnemonic marks take no room.
+void fitButton(QPushButton& button) {
+    if (!button.icon().isNull()) return;
+    QString text = button.text();
+    text.replace(QLatin1String("&&"), QString(QChar(1))).remove(QLatin1Char('&'));
+    text.replace(QChar(1), QLatin1Char('&'));
+    const int margin = button.style()->pixelMetric(QStyle::PM_ButtonMargin, nullptr, &button) +
+                       button.style()->pixelMetric(QStyle::PM_DefaultFrameWidth, nullptr, &button);
+    fitText(button, text, QSizeF(button.width() - 2 * margin, button.height()), false);
 }
 
 // The least scale of a form in device pixels per form pixel: its smallest text (8 points, about
@@ -844,7 +884,7 @@ void FormWindow::apply(View& v) {
         case ControlKind::Label: {
             auto* label = static_cast<QLabel*>(w);
             label->setText(labelText(c.caption()));
-            fitOneLine(*label);
+            fitLabel(*label);
             Qt::Alignment h = c.alignment() == Align::Center  ? Qt::AlignHCenter
                               : c.alignment() == Align::Right ? Qt::AlignRight
                                                               : Qt::AlignLeft;
@@ -868,6 +908,7 @@ void FormWindow::apply(View& v) {
                 button->setIconSize((pm.deviceIndependentSize() * scale_)
                                         .toSize()
                                         .boundedTo(w->size() - QSize(6, 6)));
+            fitButton(*button);
             const bool pressed = static_cast<CommandButton&>(c).pressed();
             if (pressed != v.down) {
                 // While the mouse holds the button Qt shows it down, and it needs its own state to
