@@ -632,6 +632,36 @@ TEST_F(QtUiTest, KeysGoToTheFormFirst) {
     EXPECT_EQ(clicks, 1);
 }
 
+TEST_F(QtUiTest, AKeyHeldBackForAScreenReaderReachesTheFormOnce) {
+    // Holds key presses and releases back and delivers copies of them later, as Qt's bridge to
+    // assistive technology does while a screen reader may claim them.
+    struct HoldKeys : QObject {
+        bool eventFilter(QObject* to, QEvent* e) override {
+            if ((e->type() != QEvent::KeyPress && e->type() != QEvent::KeyRelease) ||
+                !e->spontaneous())
+                return false;
+            const auto* k = static_cast<QKeyEvent*>(e);
+            QCoreApplication::postEvent(
+                to, new QKeyEvent(k->type(), k->key(), k->modifiers(), k->nativeScanCode(),
+                                  k->nativeVirtualKey(), k->nativeModifiers(), k->text(),
+                                  k->isAutoRepeat(), k->count()));
+            return true;
+        }
+    } hold;
+    auto* edit = child<QLineEdit>("txtName");
+    form.name.setFocus();
+    QApplication::processEvents();
+    qApp->installEventFilter(&hold);
+    // Each press is let pass before the next key, as a screen reader answers at once.
+    for (Qt::Key k : {Qt::Key_Q, Qt::Key_B, Qt::Key_B}) {  // Q: swallowed by the form
+        QTest::keyClick(edit, k);
+        QApplication::processEvents();
+    }
+    qApp->removeEventFilter(&hold);
+    EXPECT_EQ(form.events, (std::vector<std::string>{"key 81 0", "key 66 0", "key 66 0"}));
+    EXPECT_EQ(form.name.text(), "bb");
+}
+
 TEST_F(QtUiTest, WaitsBlockWithoutSpinning) {
     double t0 = ui.now();
     const std::clock_t cpu0 = std::clock();

@@ -256,6 +256,9 @@ void fitButton(QPushButton& button) {
     fitText(button, text, QSizeF(button.width() - 2 * margin, button.height()), false);
 }
 
+// Checked keys kept waiting for their presses: more than a typist has in flight at once.
+constexpr std::size_t kMostCheckedKeys = 16;
+
 // The least scale of a form in device pixels per form pixel: its smallest text (8 points, about
 // 11 form pixels high) stays at least 8 device pixels high.
 constexpr double kReadableTextPixels = 0.75;
@@ -1467,9 +1470,13 @@ bool FormWindow::eventFilter(QObject* watched, QEvent* event) {
         case QEvent::ShortcutOverride:
         case QEvent::KeyPress:
             return handleKey(watched, static_cast<QKeyEvent*>(event));
-        case QEvent::KeyRelease:
-            pendingKey_ = 0;
+        case QEvent::KeyRelease: {
+            // A key let go whose press never came (a shortcut took it) leaves nothing waiting.
+            const auto* k = static_cast<QKeyEvent*>(event);
+            if (!k->isAutoRepeat())
+                std::erase_if(checkedKeys_, [&](const CheckedKey& c) { return c.key == k->key(); });
             return ending_ || !form_.enabled();
+        }
         case QEvent::MouseButtonPress:
         case QEvent::MouseButtonRelease:
         case QEvent::MouseButtonDblClick: {
@@ -1523,6 +1530,15 @@ bool FormWindow::handleMouse(View& v, QMouseEvent* e) {
     }
 }
 
+std::optional<int> FormWindow::checkedResult(int key, bool take) {
+    const auto it = std::find_if(checkedKeys_.begin(), checkedKeys_.end(),
+                                 [&](const CheckedKey& c) { return c.key == key; });
+    if (it == checkedKeys_.end()) return std::nullopt;
+    const int result = it->result;
+    if (take) checkedKeys_.erase(it);
+    return result;
+}
+
 bool FormWindow::handleKey(QObject* watched, QKeyEvent* e) {
     if (ending_ || !form_.enabled()) {
         e->accept();
@@ -1543,12 +1559,19 @@ bool FormWindow::handleKey(QObject* watched, QKeyEvent* e) {
     int result;
     if (e->type() == QEvent::ShortcutOverride) {
         if (vk == 0) return false;
-        result = form_.fireKeyDown(vk, shiftState(e->modifiers()));
-        pendingKey_ = e->key();
-        pendingResult_ = result;
-    } else if (pendingKey_ != 0 && pendingKey_ == e->key()) {
-        result = pendingResult_;
-        pendingKey_ = 0;
+        // A press that was held back for assistive technology comes later as a copy, which Qt
+        // checks for shortcuts once more: the form had that key at its first check already.
+        const std::optional<int> checked =
+            e->spontaneous() ? std::nullopt : checkedResult(e->key(), false);
+        if (checked) {
+            result = *checked;
+        } else {
+            result = form_.fireKeyDown(vk, shiftState(e->modifiers()));
+            if (checkedKeys_.size() >= kMostCheckedKeys) checkedKeys_.erase(checkedKeys_.begin());
+            checkedKeys_.push_back({e->key(), result});
+        }
+    } else if (const std::optional<int> checked = checkedResult(e->key(), true)) {
+        result = *checked;
     } else {
         result = vk == 0 ? -1 : form_.fireKeyDown(vk, shiftState(e->modifiers()));
     }

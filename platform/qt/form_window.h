@@ -11,6 +11,7 @@
 #include <QWidget>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -133,9 +134,16 @@ class FormWindow : public QWidget {
     bool ending_ = false;
     QWidget* ownerWindow_ = nullptr;
     Qt::WindowFlags kind_;
-    // Key-down results handed from a shortcut check to the key press that follows it.
-    int pendingKey_ = 0;
-    int pendingResult_ = 0;
+    // Key-down results handed from a shortcut check to the key press that follows it, oldest
+    // first. With assistive technology on, Qt holds key presses back until a screen reader has
+    // let them pass, so several checked keys may wait for their presses.
+    struct CheckedKey {
+        int key = 0;
+        int result = 0;
+    };
+    std::vector<CheckedKey> checkedKeys_;
+    // The result waiting for `key`'s press, taken from the list when `take` is set.
+    std::optional<int> checkedResult(int key, bool take);
     const QEvent* childKeyEvent_ = nullptr;  // a child's key event on its way up to the window
 };
 

@@ -51,6 +51,16 @@ def items(app):
     return found
 
 
+def open_card(app):
+    return bus.find(app, pyatspi.ROLE_PUSH_BUTTON, prefix="Open card:")
+
+
+def pile_left(opened):
+    """The number of pile cards the open card's name says are left."""
+    words = opened.name.rsplit(",", 1)[-1].split() if opened else []
+    return int(words[0]) if words and words[0].isdigit() else -1
+
+
 def focused(objs):
     for obj in objs:
         if obj.getState().contains(pyatspi.STATE_FOCUSED):
@@ -71,6 +81,9 @@ def hint_shown(app):
 
 
 def main():
+    # A screen reader listens for events; with any listener on the bus, Qt hands every key to the
+    # reader first and delivers it to the game afterwards, and each key must still act once.
+    pyatspi.Registry.registerEventListener(bus.on_event, "focus:")
     app = bus.wait_for(bus.application, "the game on the accessibility bus")
     app.set_cache_mask(Atspi.Cache.NONE)
     start = bus.wait_for(lambda: bus.find(app, pyatspi.ROLE_PUSH_BUTTON, name="Start Game"),
@@ -107,8 +120,17 @@ def main():
             key("Return")
             bus.say(f"Tab, Right marks {name!r}; Enter plays it")
         else:
+            left = pile_left(opened)
             key("t")
-            bus.say(f"Nothing plays: T turns a pile card ({opened.name if opened else '?'})")
+            turned = bus.wait_for(
+                lambda: (lambda o: o if o and pile_left(o) != left else None)(open_card(app)),
+                "turned pile card", 5)
+            bus.pump(0.3)  # a second card turned by the same key would show by now
+            turned = open_card(app)
+            if pile_left(turned) != left - 1:
+                raise SystemExit(f"FAILED: one T took the pile from {left} to "
+                                 f"{pile_left(turned)} cards")
+            bus.say(f"Nothing plays: T turns a pile card ({turned.name})")
         moves += 1
         time.sleep(0.25)
         if playable:
