@@ -175,6 +175,14 @@ TEST_F(QtA11yTest, TextSetThroughTheAccessibleInterfaceReachesTheChangeHandlerAs
     EXPECT_EQ(form.name.text(), "Bobby");
     EXPECT_EQ(form.changes.size(), 5u);
     EXPECT_EQ(form.changes.back(), "Bobby");
+    // Typing keeps the box's own state: the text is not set afresh after each letter (which
+    // assistive technology would also hear as the whole text replaced), so the cursor stays
+    // where the letter went in and the typing can be undone.
+    edit->setCursorPosition(1);
+    QTest::keyClicks(edit, QStringLiteral("x"));
+    EXPECT_EQ(form.name.text(), "Bxobby");
+    EXPECT_EQ(edit->cursorPosition(), 2);
+    EXPECT_TRUE(edit->isUndoAvailable());
     form.unload();
 }
 

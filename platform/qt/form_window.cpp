@@ -880,7 +880,10 @@ void FormWindow::apply(View& v) {
     w->setGeometry(toWindow(c.left(), c.top(), c.width(), c.height()));
     w->setFont(fontFor(c.font(), scale_, w->logicalDpiY()));
     w->setToolTip(toDisplayLines(c.toolTip()));
-    w->setAccessibleName(toQString(c.accessibleName()));
+    // Setting a name or a length announces a change to assistive technology even when nothing
+    // changed (a length sets the whole text again), so only real changes are made.
+    if (const QString name = toQString(c.accessibleName()); w->accessibleName() != name)
+        w->setAccessibleName(name);
     w->setEnabled(c.enabled());
     QPalette pal = w->palette();
     switch (c.kind()) {
@@ -924,7 +927,8 @@ void FormWindow::apply(View& v) {
         case ControlKind::TextBox: {
             auto* edit = static_cast<QLineEdit*>(w);
             const int max = static_cast<TextBox&>(c).maxLength();
-            edit->setMaxLength(max > 0 ? max : 32767);
+            if (edit->maxLength() != (max > 0 ? max : 32767))
+                edit->setMaxLength(max > 0 ? max : 32767);
             const QString text = toQString(c.caption());
             if (edit->text() != text) {
                 const QSignalBlocker quiet(edit);  // the game's own text is no user edit
