@@ -156,6 +156,11 @@ void About::Form_Unload() {
 
 void About::Form_KeyDown(int& keyCode, int shift) {
     swallowMenuKeys(keyCode, shift);
+    // Escape leaves the box as its OK button does.
+    if (keyCode == key::kEscape) {
+        keyCode = 0;
+        cmdOK_Click();
+    }
 }
 
 }  // namespace bm

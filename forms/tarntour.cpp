@@ -250,6 +250,11 @@ void Tarntour::Form_Unload() {
 
 void Tarntour::Form_KeyDown(int& keyCode, int shift) {
     swallowMenuKeys(keyCode, shift);
+    // Escape leaves the show as its Exit button does, while that button takes clicks.
+    if (keyCode == key::kEscape && Cmd_Exit.enabled()) {
+        keyCode = 0;
+        Cmd_Exit_Click();
+    }
 }
 
 }  // namespace bm

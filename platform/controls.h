@@ -48,6 +48,7 @@ constexpr int kAlt = 4;
 }  // namespace shift
 namespace key {
 constexpr int kEnter = 13;
+constexpr int kEscape = 27;
 constexpr int kF1 = 112;
 constexpr int kF10 = 121;
 }  // namespace key

@@ -216,6 +216,11 @@ TEST_F(AboutBox, KeysForTheWindowMenuAreSwallowed) {
     EXPECT_EQ(a.fireKeyDown(key::kF10, 0), 0);
     EXPECT_EQ(a.fireKeyDown('S', shift::kAlt), 0);
     EXPECT_EQ(a.fireKeyDown(key::kEnter, 0), key::kEnter);
+    EXPECT_TRUE(a.loaded());
+    // Escape closes the box as OK does.
+    EXPECT_EQ(a.fireKeyDown(key::kEscape, 0), 0);
+    EXPECT_FALSE(a.loaded());
+    EXPECT_TRUE(g.game->tarnmenu().visible());
 }
 
 }  // namespace

@@ -145,6 +145,15 @@ TEST_F(ThreePictures, SlideShowStepsEveryEightSecondsWithTheStepButtonsOff) {
     EXPECT_TRUE(t.CmdNext.enabled());
     g.ui.advance(30);
     EXPECT_TRUE(g.game->tarnmenu().visible());
+
+    // Escape leaves as Exit does, with the show running too.
+    Tarntour& again = open();
+    again.CmdSlide.fireClick();
+    EXPECT_EQ(again.fireKeyDown(key::kEscape, 0), 0);
+    g.ui.advance(0.01);
+    EXPECT_FALSE(again.loaded());
+    EXPECT_FALSE(again.Timer1.enabled());
+    EXPECT_TRUE(g.game->tarnmenu().visible());
 }
 
 TEST_F(ThreePictures, PrintsTheShownPictureWithTitleAndText) {
