@@ -14,12 +14,14 @@
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "forms/tarnmenu.h"
+#include "forms/tarnmess.h"
 #include "platform/controls.h"
 #include "platform/form.h"
 #include "platform/qt/form_window.h"
@@ -55,7 +57,19 @@ TEST_F(QtA11yTest, TheTablesCardsAreNamedSayWhetherTheyPlayAndPlayWhenPressed) {
     ASSERT_TRUE(startIface && startIface->actionInterface());
     EXPECT_EQ(startIface->text(QAccessible::Name), "Start Game");
     EXPECT_EQ(startIface->role(), QAccessible::Button);
+    // The message between the menu and the table has no caption: it is named by what it says.
+    // (It shows while the press is still being handled.)
+    bm::Tarnmess& message = program->tarnmess();
+    QString messageName, messageText;
+    QTimer::singleShot(1000, [&] {
+        bm::qt::FormWindow* w = ui.window(message, false);
+        if (!w || !w->isVisible() || !w->windowTitle().isEmpty()) return;
+        messageName = QAccessible::queryAccessibleInterface(w)->text(QAccessible::Name);
+        messageText = QString::fromStdString(message.LbMessage.caption()).simplified();
+    });
     startIface->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    ASSERT_TRUE(waitUntil([&] { return !messageText.isEmpty(); }, 20));
+    EXPECT_EQ(messageName, messageText);
     bm::Brindle& table = program->brindle();
     ASSERT_TRUE(
         waitUntil([&] { return table.visible() && program->state.score.ScreenReady == 1; }, 20));

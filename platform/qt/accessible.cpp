@@ -103,6 +103,16 @@ class FormAccessible : public QAccessibleWidget, public Announcer {
         const QWidget* w = widget();
         return w && w->windowType() == Qt::Dialog ? QAccessible::Dialog : QAccessible::Window;
     }
+    QString text(QAccessible::Text t) const override {
+        QString own = QAccessibleWidget::text(t);
+        if (t != QAccessible::Name || !own.trimmed().isEmpty() || !window_) return own;
+        // A window without a caption (the message between rounds) is named by what it says, so
+        // a screen reader has something to read when it appears.
+        for (const QLabel* label : window_->findChildren<QLabel*>(Qt::FindDirectChildrenOnly))
+            if (label->isVisibleTo(window_) && !label->text().trimmed().isEmpty())
+                return label->text().simplified();
+        return own;
+    }
     int childCount() const override {
         return QAccessibleWidget::childCount() + static_cast<int>(items().size());
     }
