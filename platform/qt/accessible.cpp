@@ -206,6 +206,19 @@ class FormAccessible : public QAccessibleWidget, public Announcer {
                 QAccessible::updateAccessibility(&e);
             }
         }
+        // When the form's keyboard mark goes (Tab moves on to a button, say), the keys act on the
+        // control that has the focus again: that is where a screen reader is now.
+        auto marked = [](const std::vector<AccessibleItem>& list) {
+            return std::any_of(list.begin(), list.end(),
+                               [](const AccessibleItem& i) { return i.focused && i.shown; });
+        };
+        if (marked(shown_) && !marked(now) && window_ && window_->isActiveWindow()) {
+            QWidget* focus = QApplication::focusWidget();
+            if (focus && window_->isAncestorOf(focus)) {
+                QAccessibleEvent e(focus, QAccessible::Focus);
+                QAccessible::updateAccessibility(&e);
+            }
+        }
         for (size_t k = common; k < now.size(); ++k) {
             QAccessibleEvent e(item(k), QAccessible::ObjectCreated);
             QAccessible::updateAccessibility(&e);
