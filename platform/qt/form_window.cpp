@@ -240,7 +240,7 @@ void fitText(QWidget& widget, const QString& text, QSizeF room, bool wrap) {
 }
 
 void fitLabel(QLabel& label) {
-    QString text = label.text();
+    const QString& text = label.text();
     if (text.contains(QLatin1Char('\n'))) return;  // laid out line by line by the game
     fitText(label, text, label.contentsRect().size(), label.wordWrap());
 }
@@ -255,9 +255,6 @@ void fitButton(QPushButton& button) {
                        button.style()->pixelMetric(QStyle::PM_DefaultFrameWidth, nullptr, &button);
     fitText(button, text, QSizeF(button.width() - 2 * margin, button.height()), false);
 }
-
-// Checked keys kept waiting for their presses: more than a typist has in flight at once.
-constexpr std::size_t kMostCheckedKeys = 16;
 
 // The least scale of a form in device pixels per form pixel: its smallest text (8 points, about
 // 11 form pixels high) stays at least 8 device pixels high.
@@ -927,8 +924,8 @@ void FormWindow::apply(View& v) {
         case ControlKind::TextBox: {
             auto* edit = static_cast<QLineEdit*>(w);
             const int max = static_cast<TextBox&>(c).maxLength();
-            if (edit->maxLength() != (max > 0 ? max : 32767))
-                edit->setMaxLength(max > 0 ? max : 32767);
+            if (const int most = max > 0 ? max : 32767; edit->maxLength() != most)
+                edit->setMaxLength(most);
             const QString text = toQString(c.caption());
             if (edit->text() != text) {
                 const QSignalBlocker quiet(edit);  // the game's own text is no user edit
@@ -1533,6 +1530,9 @@ bool FormWindow::handleMouse(View& v, QMouseEvent* e) {
             return false;
     }
 }
+
+// Checked keys kept waiting for their presses: more than a typist has in flight at once.
+constexpr std::size_t kMostCheckedKeys = 16;
 
 std::optional<int> FormWindow::checkedResult(int key, bool take) {
     const auto it = std::find_if(checkedKeys_.begin(), checkedKeys_.end(),
